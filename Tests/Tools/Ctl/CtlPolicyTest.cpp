@@ -1,0 +1,118 @@
+// The policy for the system bus, as it is delivered, tried by root, by a member of the
+// group audio and by a stranger.
+#include <optional>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "CtlProgram.h"
+#include "Support/BusClient.h"
+#include "Support/BusDaemon.h"
+#include "Support/ScratchDir.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+constexpr const char *NAME = "org.FpgaMng.server";
+constexpr const char *PATH = "/org/FpgaMng/object";
+constexpr const char *INTERFACE = "org.FpgaMng.interface";
+constexpr const char *METHOD = "audio_dbus_method_FpgaMngDebug";
+constexpr const char *DENIED = "org.freedesktop.DBus.Error.AccessDenied";
+constexpr const char *RELATIVE_ADDRESS = "unix:path=bus.socket"; // others may not enter the directories above
+
+class CtlPolicy : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (geteuid() != 0)
+            GTEST_SKIP() << "only root can try the policy as other users";
+        ASSERT_EQ(chmod(m_directory.Path().c_str(), 0711), 0);
+        m_bus.emplace(std::string(BusDaemon::OPEN_POLICY) + "\n<include>" ZR_SOURCE_DIR
+                                                            "/Deploy/dbus/org.FpgaMng.server.conf</include>");
+    }
+
+    // The service's place on the bus, taken by the test.
+    void OwnName() {
+        m_service.emplace(m_bus->Address());
+        ASSERT_EQ(m_service->RequestName(NAME, 0), DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER);
+    }
+
+    static std::string Call(const std::string &name, const char *path = PATH, const char *interface = INTERFACE,
+                            const char *method = METHOD) {
+        return BusClient(RELATIVE_ADDRESS).Call(name.c_str(), path, interface, method, "help");
+    }
+
+    // Answers the next call as the service would; false when none comes.
+    bool AnswerOne() {
+        const BusMessage call = m_service->ReceiveCall(METHOD);
+        if (call)
+            m_service->Reply(call.get(), "{\"res\":0}");
+        return call != nullptr;
+    }
+
+    // What `user` gets when it asks for the name.
+    static std::string Own(User user) {
+        return AsUser(user,
+                      [] {
+                          const int reply = BusClient(RELATIVE_ADDRESS).RequestName(NAME, 0);
+                          return std::string(reply == DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER ? "owner" : "not owner");
+                      })
+            .Result();
+    }
+
+    ScratchDir m_directory;
+    std::optional<BusDaemon> m_bus;
+    std::optional<BusClient> m_service;
+};
+
+TEST_F(CtlPolicy, OnlyRootOwnsTheName) {
+    EXPECT_THAT(Own(User::Stranger), HasSubstr("not allowed to own"));
+    EXPECT_THAT(Own(User::AudioMember), HasSubstr("not allowed to own"));
+    OwnName();
+}
+
+TEST_F(CtlPolicy, RootCalls) {
+    OwnName();
+    BusClient caller(m_bus->Address());
+    const dbus_uint32_t serial = caller.Send(NAME, PATH, INTERFACE, METHOD, "help");
+    ASSERT_TRUE(AnswerOne());
+    const BusMessage reply = caller.ReceiveReply(serial);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(FirstString(reply.get()), "{\"res\":0}");
+}
+
+TEST_F(CtlPolicy, AMemberOfTheGroupCalls) {
+    OwnName();
+    AsUser member(User::AudioMember, [] { return Call(NAME); });
+    EXPECT_TRUE(AnswerOne());
+    EXPECT_EQ(member.Result(), "{\"res\":0}");
+}
+
+TEST_F(CtlPolicy, AStrangerIsDenied) {
+    OwnName();
+    EXPECT_EQ(AsUser(User::Stranger, [] { return Call(NAME); }).Result(), DENIED);
+    const std::string unique = m_service->UniqueName();
+    EXPECT_EQ(AsUser(User::Stranger, [&] { return Call(unique); }).Result(), DENIED);
+}
+
+TEST_F(CtlPolicy, NothingButTheMethodIsAllowed) {
+    OwnName();
+    for (const User user : {User::Stranger, User::AudioMember}) {
+        EXPECT_EQ(AsUser(user, [] { return Call(NAME, "/other"); }).Result(), DENIED);
+        EXPECT_EQ(AsUser(user, [] { return Call(NAME, PATH, "org.other.interface"); }).Result(), DENIED);
+        EXPECT_EQ(AsUser(user, [] { return Call(NAME, PATH, INTERFACE, "other"); }).Result(), DENIED);
+    }
+    EXPECT_EQ(Call(NAME, PATH, INTERFACE, "other"), DENIED); // root, too
+}
+
+TEST_F(CtlPolicy, ZrctlTellsADenialInOneLine) {
+    OwnName();
+    const CtlEnd end = RunCtlAs(User::Stranger, {"raw", "help"});
+    EXPECT_EQ(end.status, 6);
+    EXPECT_EQ(end.output, "");
+    EXPECT_EQ(end.errors, "zrctl: denied: the bus's policy lets only root and the group audio call the service\n");
+}
+
+} // namespace
