@@ -1,0 +1,27 @@
+# zr_add_test(NAME SOURCES file... [LIBS target...] [BRIDGE] [LOCK] [SERIAL] [TIMEOUT seconds])
+# A GoogleTest program; every test case runs in a process of its own, so that the
+# singletons and the log start fresh. BRIDGE: starts bridge threads, which end only
+# with the process. LOCK: uses the service's fixed paths, one at a time. SERIAL:
+# depends on timing, runs alone.
+function(zr_add_test name)
+  cmake_parse_arguments(ARG "BRIDGE;LOCK;SERIAL" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 60)
+  endif()
+  if(ARG_BRIDGE)
+    list(APPEND ARG_SOURCES ${CMAKE_SOURCE_DIR}/Tests/Support/BridgeMain.cpp)
+    list(APPEND ARG_LIBS GTest::gtest)
+  else()
+    list(APPEND ARG_LIBS GTest::gtest_main)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} zr_test_support GTest::gmock)
+  set(properties TIMEOUT ${ARG_TIMEOUT})
+  if(ARG_LOCK)
+    list(APPEND properties RESOURCE_LOCK service_paths)
+  endif()
+  if(ARG_SERIAL)
+    list(APPEND properties RUN_SERIAL TRUE)
+  endif()
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+endfunction()
