@@ -1,5 +1,6 @@
 #include "Support/ChildProcess.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -8,7 +9,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -17,6 +17,30 @@
 #include "Support/ScratchDir.h"
 
 namespace {
+
+// The words as exec wants them; they stay the caller's.
+std::vector<char *> Pointers(const std::vector<std::string> &words) {
+    std::vector<char *> pointers;
+    for (const std::string &word : words)
+        pointers.push_back(const_cast<char *>(word.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// `environment` on top of the test's own.
+std::vector<std::string> MergedEnvironment(const ChildProcess::Environment &environment) {
+    std::vector<std::string> merged;
+    for (const auto &[variable, value] : environment)
+        merged.push_back(variable + "=" + value);
+    for (char **own = environ; *own; ++own) {
+        const std::string assignment = *own;
+        const std::string variable = assignment.substr(0, assignment.find('='));
+        if (std::none_of(environment.begin(), environment.end(),
+                         [&](const auto &set) { return set.first == variable; }))
+            merged.push_back(assignment);
+    }
+    return merged;
+}
 
 void RedirectTo(const std::string &path, int target) {
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
@@ -28,11 +52,11 @@ void RedirectTo(const std::string &path, int target) {
 
 ChildProcess::ChildProcess(std::string name, const std::vector<std::string> &argv, const Environment &environment)
     : m_outPath(std::filesystem::absolute(name + ".out")), m_errPath(std::filesystem::absolute(name + ".err")) {
-    std::vector<char *> arguments;
-    for (const std::string &argument : argv)
-        arguments.push_back(const_cast<char *>(argument.c_str()));
-    arguments.push_back(nullptr);
+    const std::vector<std::string> assignments = MergedEnvironment(environment);
+    const std::vector<char *> arguments = Pointers(argv);
+    const std::vector<char *> variables = Pointers(assignments);
 
+    // The child calls nothing that takes memory: another thread of the test may hold the heap's lock.
     m_pid = fork();
     if (m_pid < 0)
         throw std::runtime_error("fork failed");
@@ -40,9 +64,7 @@ ChildProcess::ChildProcess(std::string name, const std::vector<std::string> &arg
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         RedirectTo(m_outPath, STDOUT_FILENO);
         RedirectTo(m_errPath, STDERR_FILENO);
-        for (const auto &[variable, value] : environment)
-            setenv(variable.c_str(), value.c_str(), 1);
-        execvp(arguments[0], arguments.data());
+        execvpe(arguments[0], arguments.data(), variables.data());
         _exit(127);
     }
     m_pidfd = static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0));

@@ -14,7 +14,8 @@
 
 #include "Descriptors.h"
 #include "FailingCalls.h"
-#include "ForkedPeer.h"
+#include "LocalSockets.h"
+#include "PeerProcess.h"
 #include "Support/LogCapture.h"
 #include "Support/WaitUntil.h"
 
@@ -139,15 +140,8 @@ TEST_F(ZRIpc, SendToAnAbsentPeerFailsUntilItComes) {
 }
 
 TEST_F(ZRIpc, SendsToASecondProcess) {
-    static constexpr unsigned SIZES[] = {1, 1547, 1600, 1601, 65000};
-    ForkedPeer peer([](const std::function<void()> &ready) {
-        const int socket = RawSocket("peer.sock");
-        ready();
-        for (const unsigned size : SIZES)
-            if (RawReceive(socket) != Pattern(size, size))
-                return 1;
-        return 0;
-    });
+    const std::vector<unsigned> SIZES = {1, 1547, 1600, 1601, 65000};
+    PeerProcess peer = PeerProcess::Receiving("peer.sock", DatagramsOfSizes(SIZES));
     CZRIpc ipc;
     ASSERT_TRUE(Init(ipc, "peer.sock", false));
     for (const unsigned size : SIZES)
@@ -157,16 +151,10 @@ TEST_F(ZRIpc, SendsToASecondProcess) {
 }
 
 TEST_F(ZRIpc, ReceivesDirectlyFromASecondProcess) {
-    static constexpr unsigned SIZES[] = {0, 1, 1547, 1599, 1600, 1601, 65000};
+    const std::vector<unsigned> SIZES = {0, 1, 1547, 1599, 1600, 1601, 65000};
     CZRIpc ipc;
     ASSERT_TRUE(Init(ipc, "a.sock", true));
-    ForkedPeer peer([](const std::function<void()> &) {
-        const int socket = RawSocket();
-        for (const unsigned size : SIZES)
-            if (!RawSend(socket, "a.sock", Pattern(size, size)))
-                return 1;
-        return 0;
-    });
+    PeerProcess peer = PeerProcess::Sending("a.sock", DatagramsOfSizes(SIZES));
     for (const unsigned size : SIZES) {
         Bytes area(CZRIpc::RECV_BYTES + 8, 0xEE);
         const unsigned expected = std::min(size, 1600U);

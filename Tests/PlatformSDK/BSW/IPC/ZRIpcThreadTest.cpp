@@ -21,7 +21,8 @@
 
 #include "Descriptors.h"
 #include "FailingCalls.h"
-#include "ForkedPeer.h"
+#include "LocalSockets.h"
+#include "PeerProcess.h"
 #include "Support/LogCapture.h"
 #include "Support/WaitUntil.h"
 
@@ -104,13 +105,7 @@ TEST_F(ZRIpcThread, CarriesItsNameAndAnnouncesItself) {
 
 TEST_F(ZRIpcThread, QueuesTheDatagramsOfASecondProcess) {
     ASSERT_TRUE(Init(m_ipc, 1547, 40));
-    ForkedPeer peer([](const std::function<void()> &) {
-        const int socket = RawSocket();
-        for (unsigned i = 0; i < 30; ++i)
-            if (!RawSend(socket, PATH, Pattern(1547, i)))
-                return 1;
-        return 0;
-    });
+    PeerProcess peer = PeerProcess::Sending(PATH, SeededDatagrams(30, 1547));
     for (unsigned i = 0; i < 30; ++i)
         EXPECT_EQ(_Record(1547), Pattern(1547, i));
     EXPECT_EQ(peer.Wait(), 0);
@@ -163,17 +158,11 @@ TEST_F(ZRIpcThread, FullQueueDropsItsOldestRecord) {
 }
 
 TEST_F(ZRIpcThread, CallbackGetsEveryDatagramAndTheQueueStaysEmpty) {
-    static constexpr unsigned SIZES[] = {0, 1, 10, 1546, 1547, 1548, 1600, 1601, 65000};
+    const std::vector<unsigned> SIZES = {0, 1, 10, 1546, 1547, 1548, 1600, 1601, 65000};
     ASSERT_TRUE(Init(m_ipc, 3072, 40));
     Inbox inbox;
     ASSERT_TRUE(m_ipc.RegisterIPCCallback(Inbox::Take, &inbox));
-    ForkedPeer peer([](const std::function<void()> &) {
-        const int socket = RawSocket();
-        for (const unsigned size : SIZES)
-            if (!RawSend(socket, PATH, Pattern(size, size)))
-                return 1;
-        return 0;
-    });
+    PeerProcess peer = PeerProcess::Sending(PATH, DatagramsOfSizes(SIZES));
     ASSERT_TRUE(inbox.WaitFor(std::size(SIZES)));
     const auto datagrams = inbox.Datagrams();
     ASSERT_EQ(datagrams.size(), std::size(SIZES));

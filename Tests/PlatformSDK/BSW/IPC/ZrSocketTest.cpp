@@ -14,7 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "Descriptors.h"
-#include "ForkedPeer.h"
+#include "LocalSockets.h"
 #include "Support/LogCapture.h"
 
 using testing::ElementsAre;

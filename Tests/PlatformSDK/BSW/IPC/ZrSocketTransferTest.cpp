@@ -13,7 +13,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ForkedPeer.h"
+#include "LocalSockets.h"
+#include "PeerProcess.h"
 #include "Support/LogCapture.h"
 #include "Support/WaitUntil.h"
 
@@ -177,24 +178,15 @@ TEST_F(ZrSocketTransfer, InterruptedReceiveFailsLikeAnyOther) {
 }
 
 TEST_F(ZrSocketTransfer, ExchangesWithASecondProcess) {
-    ForkedPeer peer([](const std::function<void()> &ready) {
-        const int socket = RawSocket("peer.sock");
-        ready();
-        for (unsigned i = 0; i < 50; ++i) // back what came, one byte longer
-            if (Bytes datagram = RawReceive(socket); datagram == Pattern(100 + i, i)) {
-                datagram.push_back(0x55);
-                if (!RawSend(socket, "a.sock", datagram))
-                    return 2;
-            } else {
-                return 1;
-            }
-        return 0;
-    });
+    PeerProcess peer = PeerProcess::Echoing("peer.sock", "a.sock", SeededDatagrams(50, 100));
     for (unsigned i = 0; i < 50; ++i) {
-        ASSERT_EQ(Send(m_sender, "peer.sock", Pattern(100 + i, i)), static_cast<int>(100 + i));
+        ASSERT_EQ(Send(m_sender, "peer.sock", Pattern(100, i)), 100);
+        ASSERT_TRUE(HasDatagram(m_receiver)) << i;
         ZR_U8 data[300], path[64];
-        ASSERT_EQ(zr_local_udp_recv(m_receiver, path, 64, data, 300), static_cast<int>(101 + i));
-        EXPECT_EQ(data[100 + i], 0x55);
+        ASSERT_EQ(zr_local_udp_recv(m_receiver, path, 64, data, 300), 101);
+        Bytes expected = Pattern(100, i);
+        expected.push_back(0x55); // the peer's mark
+        EXPECT_EQ(Bytes(data, data + 101), expected);
         EXPECT_STREQ(reinterpret_cast<char *>(path), "peer.sock");
     }
     EXPECT_EQ(peer.Wait(), 0);

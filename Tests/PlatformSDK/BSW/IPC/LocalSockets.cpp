@@ -1,4 +1,4 @@
-#include "ForkedPeer.h"
+#include "LocalSockets.h"
 
 #include <algorithm>
 #include <cstring>
@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -47,9 +46,13 @@ bool RawSend(int socket, const std::string &path, const Bytes &datagram) {
                   sizeof(address)) == static_cast<ssize_t>(datagram.size());
 }
 
-Bytes RawReceive(int socket) {
+bool HasDatagram(int socket) {
     pollfd readable{socket, POLLIN, 0};
-    if (poll(&readable, 1, 5000) < 1)
+    return poll(&readable, 1, 20000) == 1;
+}
+
+Bytes RawReceive(int socket) {
+    if (!HasDatagram(socket))
         return {'T'};
     Bytes datagram(200000);
     const ssize_t received = recv(socket, datagram.data(), datagram.size(), 0);
@@ -60,35 +63,4 @@ Bytes RawReceive(int socket) {
 void ExitAtOnce(int status) {
     for (;;)
         syscall(SYS_exit_group, status);
-}
-
-ForkedPeer::ForkedPeer(const std::function<int(const std::function<void()> &)> &body) {
-    int ends[2];
-    if (pipe(ends) != 0)
-        return;
-    m_pid = fork();
-    if (m_pid == 0) {
-        alarm(20);
-        close(ends[0]);
-        ExitAtOnce(body([&] { close(ends[1]); }));
-    }
-    close(ends[1]);
-    char none;
-    while (read(ends[0], &none, 1) > 0)
-        ;
-    close(ends[0]);
-}
-
-ForkedPeer::~ForkedPeer() {
-    Wait();
-}
-
-int ForkedPeer::Wait() {
-    if (m_pid > 0) {
-        int status = 0;
-        waitpid(m_pid, &status, 0);
-        m_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        m_pid = -1;
-    }
-    return m_status;
 }
