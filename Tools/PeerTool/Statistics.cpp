@@ -6,18 +6,30 @@
 #include <cmath>
 #include <cstdio>
 
+void Statistics::Add(std::int64_t ns) {
+    const double steps = static_cast<double>(std::clamp(ns, -LIMIT_NS, LIMIT_NS)) / static_cast<double>(STEP_NS);
+    ++m_counts[std::llround(steps)];
+    ++m_count;
+    m_min = std::min(m_min, ns);
+    m_max = std::max(m_max, ns);
+}
+
 std::int64_t Statistics::Quantile(double share) const {
-    if (m_values.empty())
+    if (IsEmpty())
         return 0;
-    std::vector<std::int64_t> values = m_values;
-    const auto rank = static_cast<std::ptrdiff_t>(std::ceil(share * static_cast<double>(values.size())));
-    const auto at = values.begin() + std::max<std::ptrdiff_t>(rank - 1, 0);
-    std::nth_element(values.begin(), at, values.end());
-    return *at;
+    const auto rank = static_cast<std::uint64_t>(std::ceil(share * static_cast<double>(m_count)));
+    if (rank <= 1)
+        return m_min;
+    if (rank >= m_count)
+        return m_max;
+    auto step = m_counts.begin();
+    for (std::uint64_t seen = step->second; seen < rank; seen += step->second)
+        ++step;
+    return std::clamp(step->first * STEP_NS, m_min, m_max);
 }
 
 std::string Statistics::Text() const {
-    if (m_values.empty())
+    if (IsEmpty())
         return "-";
     const auto ms = [this](double share) { return static_cast<double>(Quantile(share)) / 1e6; };
     std::array<char, 128> text{};

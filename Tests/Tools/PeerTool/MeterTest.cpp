@@ -30,6 +30,29 @@ TEST(Statistics, QuantilesAreValuesOfTheRun) {
     EXPECT_EQ(statistics.Text(), "min 1.00 median 100.00 p99 198.00 max 200.00 ms");
 }
 
+TEST(Statistics, OneHourIsCountedToTheStep) {
+    Statistics statistics;
+    for (int value = 0; value < 1'800'000; ++value)
+        statistics.Add(1'900'000 + value % 200'001); // 1.9 to 2.1 ms
+    EXPECT_EQ(statistics.Quantile(0), 1'900'000);
+    EXPECT_NEAR(static_cast<double>(statistics.Quantile(0.5)), 2'000'000, Statistics::STEP_NS);
+    EXPECT_NEAR(static_cast<double>(statistics.Quantile(0.99)), 2'098'000, Statistics::STEP_NS);
+    EXPECT_EQ(statistics.Quantile(1), 2'100'000);
+}
+
+TEST(Statistics, TheLargestAndTheSmallestAreExact) {
+    Statistics statistics;
+    for (const std::int64_t value : {-3'000'000'001LL, 1'234'567LL, 1'234'568LL, 7'000'000'001LL})
+        statistics.Add(value);
+    EXPECT_EQ(statistics.Quantile(0), -3'000'000'001);
+    EXPECT_EQ(statistics.Quantile(0.5), 1'230'000);
+    EXPECT_EQ(statistics.Quantile(1), 7'000'000'001);
+    Statistics one;
+    one.Add(1'234'567);
+    for (const double share : {0.0, 0.5, 0.99, 1.0})
+        EXPECT_EQ(one.Quantile(share), 1'234'567);
+}
+
 TEST(CounterCheck, StartsAnywhereAndFindsWhatIsMissing) {
     CounterCheck check;
     for (const int number : {1000, 1001, 1004, 1005})
