@@ -69,6 +69,8 @@ std::string zr_desk_report(const DeskFigures &figures) {
     text += Format("overruns %" PRIu64 ", underruns %" PRIu64 "\n", in.xruns, out.xruns);
     text += Format("the service used %.1f %% of one core and %.1f MiB over %.1f s\n", figures.cpuPercent,
                    static_cast<double>(figures.residentKib) / 1024, figures.seconds);
+    if (figures.calls > 0)
+        text += Format("the operator called %" PRIu64 " times, %.1f a second\n", figures.calls, figures.callsPerSecond);
     for (const std::string &problem : figures.problems)
         text += problem + '\n';
     return text;

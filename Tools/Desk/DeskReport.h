@@ -27,9 +27,11 @@ struct DeskDirectionFigures {
 struct DeskFigures {
     DeskDirectionFigures toPeer;
     DeskDirectionFigures toCard;
-    double seconds = 0;                // of the measuring, by the clock on the wall
-    double cpuPercent = 0;             // of one core, the service
-    uint64_t residentKib = 0;          // the service
+    double seconds = 0;       // of the measuring, by the clock on the wall
+    double cpuPercent = 0;    // of one core, the service
+    uint64_t residentKib = 0; // the service
+    uint64_t calls = 0;       // of its debug method meanwhile
+    double callsPerSecond = 0;
     std::vector<std::string> problems; // whatever else went wrong
 
     // Every period of both directions arrived, once, in order and bit for bit, and

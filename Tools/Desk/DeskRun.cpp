@@ -37,6 +37,8 @@ int DeskRun::Run() {
         _StartService() && _WarmUp() && _OpenWindows()) {
         _Measure();
         _Drain();
+        if (m_caller)
+            m_caller->Stop();
         m_final = _Figures(true);
         _AskService();
     }
@@ -168,11 +170,19 @@ bool DeskRun::_OpenWindows() {
     shared.toPeer.window.Open(captured + LEAD_FRAMES, captured + LEAD_FRAMES + frames);
     shared.toCard.window.Open(firstSent, firstSent + frames);
     m_progress.Say("measuring; sound goes to " + m_options.out);
+    _StartOperator();
+    return true;
+}
+
+void DeskRun::_StartOperator() {
     m_operator = std::make_unique<DeskOperator>(m_options.ctlPath, m_bus.Address(), m_options.out);
     if (m_options.record)
         m_operator->StartRecording(
             m_options.forever ? RECORD_SECONDS : std::clamp(static_cast<int>(m_options.seconds), 1, RECORD_SECONDS));
-    return true;
+    if (m_options.callsPerSecond > 0) {
+        m_caller = std::make_unique<DeskCaller>(m_bus.Address(), m_options.callsPerSecond);
+        m_caller->Start();
+    }
 }
 
 void DeskRun::_Measure() {
@@ -229,12 +239,15 @@ DeskFigures DeskRun::_Figures(bool final) const {
     figures.seconds = static_cast<double>(usage.atNs - m_usageBefore.atNs) / 1e9;
     figures.cpuPercent = 100 * (usage.cpuSeconds - m_usageBefore.cpuSeconds) / figures.seconds;
     figures.residentKib = usage.residentKib;
+    figures.calls = m_caller ? m_caller->Calls() : 0;
+    figures.callsPerSecond = m_caller ? static_cast<double>(figures.calls) / m_caller->Seconds() : 0;
     const auto problem = [&](uint64_t count, const char *text) {
         if (count > 0)
             figures.problems.push_back(std::to_string(count) + text);
     };
     problem(shared.badMessages, " messages from the service were not audio");
     problem(shared.sendFailures, " blocks had to be sent again, the service did not take them");
+    problem(m_caller ? m_caller->Failed() : 0, " calls of the operator got no {\"res\":0}");
     problem(m_check->Missed(), " played periods went by unchecked, this machine is too slow");
     problem(shared.toPeer.soundLost + shared.toCard.soundLost, " periods are missing in the sound files");
     return figures;

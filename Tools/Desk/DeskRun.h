@@ -8,6 +8,7 @@
 
 #include "CardConfig.h"
 #include "CardControl.h"
+#include "Desk/DeskCaller.h"
 #include "Desk/DeskChild.h"
 #include "Desk/DeskFolder.h"
 #include "Desk/DeskMemory.h"
@@ -23,12 +24,13 @@
 struct DeskOptions {
     double seconds = 10; // of audio
     bool forever = false;
-    double speed = 1;        // of the card's clock, times real time
-    std::string out;         // folder for sound and logs, made by the run
-    bool record = false;     // records both streams meanwhile and tells their levels
-    std::string servicePath; // the service's program
-    std::string ctlPath;     // the operator's tool
-    std::string ownPath;     // this program, started again as the peer
+    double speed = 1;          // of the card's clock, times real time
+    std::string out;           // folder for sound and logs, made by the run
+    bool record = false;       // records both streams meanwhile and tells their levels
+    double callsPerSecond = 0; // debug commands sent meanwhile
+    std::string servicePath;   // the service's program
+    std::string ctlPath;       // the operator's tool
+    std::string ownPath;       // this program, started again as the peer
 };
 
 class DeskRun {
@@ -48,6 +50,7 @@ class DeskRun {
     bool _StartService();
     bool _WarmUp();
     bool _OpenWindows();
+    void _StartOperator();
     void _Measure();
     void _Drain();
     void _AskService();
@@ -77,7 +80,8 @@ class DeskRun {
     DeskChild m_service{"the service"};
     std::unique_ptr<PlaybackCheck> m_check;
     std::unique_ptr<DeskOperator> m_operator;
-    std::string m_answers; // of the service, for the report
+    std::unique_ptr<DeskCaller> m_caller; // null when none is wanted
+    std::string m_answers;                // of the service, for the report
 
     std::string m_configPath;
     ProcessUsage m_usageBefore;

@@ -48,8 +48,9 @@ void DeskRun::_KeepLogs() const {
 int DeskRun::_Conclude() {
     const bool measured = m_final.toPeer.expected > 0;
     if (measured) {
-        m_progress.Say(m_answers + zr_desk_report(m_final) + "sound: " + m_options.out + "/peer/ch01.wav to ch24.wav, " +
-                       m_options.out + "/card/ch01.wav to ch24.wav (the first minute); logs beside them");
+        m_progress.Say(m_answers + zr_desk_report(m_final) + "sound: " + m_options.out +
+                       "/peer/ch01.wav to ch24.wav, " + m_options.out +
+                       "/card/ch01.wav to ch24.wav (the first minute); logs beside them");
         if (m_final.IsExact())
             m_progress.Say("every period arrived in order and bit for bit");
         else

@@ -34,6 +34,8 @@ void AddRunOptions(CLI::App &app, DeskOptions &options) {
                         ->capture_default_str();
     app.add_flag("--forever", options.forever, "Until Ctrl-C, with a report every minute")->excludes(seconds);
     app.add_flag("--record", options.record, "Record both streams meanwhile (10 s at most), show their levels");
+    app.add_option("--calls", options.callsPerSecond, "Debug commands to send meanwhile, in a second")
+        ->check(CLI::Range(0.01, 1000.0));
     app.add_option("--out", options.out, "Folder for sound and logs")->capture_default_str();
     app.add_option("--service", options.servicePath, "The service's program")
         ->check(CLI::ExistingFile)

@@ -88,10 +88,13 @@ TEST(DeskReport, TellsEveryFigureAndProblem) {
     figures.toCard.wrongSamples = 77;
     figures.toPeer.medianMs = 1.234;
     figures.problems = {"the service ended early"};
+    EXPECT_THAT(zr_desk_report(figures), testing::Not(HasSubstr("operator")));
+    figures.calls = 400;
+    figures.callsPerSecond = 199.96;
     const std::string text = zr_desk_report(figures);
     EXPECT_THAT(text, HasSubstr("periods                     500            500\n"));
     EXPECT_THAT(text, HasSubstr("lost                          3              0\n"));
     EXPECT_THAT(text, HasSubstr("wrong samples                 0             77\n"));
     EXPECT_THAT(text, HasSubstr("latency median          1.23 ms        0.00 ms\n"));
-    EXPECT_THAT(text, HasSubstr("the service ended early\n"));
+    EXPECT_THAT(text, HasSubstr("\nthe operator called 400 times, 200.0 a second\nthe service ended early\n"));
 }

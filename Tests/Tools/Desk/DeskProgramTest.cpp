@@ -115,6 +115,7 @@ TEST_F(DeskProgram, AnswersWrongUseWithOneLineAndStatus2) {
                                                          {"--seconds", "-1"},
                                                          {"--forever", "--seconds", "3"},
                                                          {"--service", "/no/such/program"},
+                                                         {"--calls", "0"},
                                                          {"--speed", "0"}};
     for (const auto &arguments : wrong) {
         const auto run = Start(arguments);
@@ -166,6 +167,14 @@ TEST_F(DeskProgram, ShowsTheNodeReportAndTheLevelsOfARecording) {
             continue;
         EXPECT_EQ(entry.file_size(), 2u * 500 * 1536) << entry.path();
     }
+}
+
+TEST_F(DeskProgram, CallsTheServiceMeanwhile) {
+    const auto run = Start({"--seconds", "2", "--calls", "200", "--out", "out"});
+    const ExitStatus status = run->Wait(RUN_MS);
+    ASSERT_TRUE(status.exited && status.code == 0) << run->Stdout() << run->Stderr();
+    EXPECT_THAT(run->Stdout(), ContainsRegex("the operator called [1-9][0-9][0-9] times, "));
+    EXPECT_GT(CountOf("[Pcm]ReadThread ", ReadWholeFile("out/log/system.log")), 50); // every second call
 }
 
 TEST_F(DeskProgram, TellsLossWhenTheServiceStandsStill) {
