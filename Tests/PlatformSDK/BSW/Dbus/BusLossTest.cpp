@@ -9,6 +9,16 @@ using testing::ElementsAre;
 
 namespace {
 
+BusDaemon *ownBus = nullptr; // of the test, for LoseTheBus
+
+// Answers when the connection already knows that its bus is gone.
+const std::string LoseTheBus(const std::string &text) {
+    ownBus->Kill();
+    std::string reply;
+    CDbusHandler::instance()->MethodSendGetReply(NAME, PATH, INTERFACE, "Call", text, reply, 10000);
+    return "too late";
+}
+
 // CPU time of the worker so far, in ns.
 unsigned long long WorkerTime() {
     unsigned long long time = 0;
@@ -75,6 +85,16 @@ TEST_F(BusLossTest, NothingConnectsToTheNewBus) {
     EXPECT_EQ(client.Call(NAME, PATH, INTERFACE, "Echo", "x"), DBUS_ERROR_SERVICE_UNKNOWN);
     ExpectPausingWorker();
     EXPECT_EQ(client.Call(NAME, PATH, INTERFACE, "Echo", "x"), DBUS_ERROR_SERVICE_UNKNOWN);
+}
+
+TEST_F(BusLossTest, BeforeAReplyIsSent) {
+    ownBus = &m_bus;
+    Register("Lose", LoseTheBus);
+    m_client.Send(NAME, PATH, INTERFACE, "Lose", "x");
+    ASSERT_TRUE(m_log.WaitFor("E Out Of Memory!"));
+    EXPECT_THAT(m_log.Texts(),
+                ElementsAre(testing::StartsWith("E Error org.freedesktop.DBus.Error."), "E Out Of Memory!"));
+    ExpectPausingWorker();
 }
 
 TEST_F(BusLossTest, DuringAWaitForAReply) {
