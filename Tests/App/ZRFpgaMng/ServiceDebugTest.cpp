@@ -110,6 +110,17 @@ TEST_F(ServiceDebug, WrongCommandsAreAnswered) {
     EXPECT_THAT(Run("PrintSwitch_0_0"), ElementsAre("D Set Pcm Print switch:0")) << "the service goes on";
 }
 
+TEST_F(ServiceDebug, ACallWithoutATextEndsTheProcess) {
+    StartOnBus();
+    m_operator->Send("org.FpgaMng.server", "/org/FpgaMng/object", "org.FpgaMng.interface",
+                     "audio_dbus_method_FpgaMngDebug", NO_ARGUMENT);
+    const ExitStatus status = m_service->Wait(20000);
+    EXPECT_TRUE(status.signalled);
+    EXPECT_EQ(status.signal, SIGABRT);
+    EXPECT_THAT(m_service->Stderr(), HasSubstr("Message has no arguments!\n"));
+    EXPECT_THAT(m_service->Stderr(), HasSubstr("std::logic_error"));
+}
+
 class ServiceDebugNumber : public ServiceDebug, public testing::WithParamInterface<const char *> {};
 
 // Nothing catches a number that does not parse.

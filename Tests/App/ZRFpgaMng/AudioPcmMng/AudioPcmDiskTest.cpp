@@ -1,6 +1,10 @@
-// Recording to a disk that is full.
+// Recording to a disk that is full, or slow.
 #include <csignal>
 #include <filesystem>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -72,6 +76,37 @@ TEST_F(AudioPcmDisk, TheFileHoldsWholeFramesAndGoesOnWithTheSpace) {
         ASSERT_EQ(TakeNext().payload, SignalPayload(number));
     ASSERT_TRUE(WaitUntil([] { return AudioPcmProbe::CaptureToRecord() == 0; }));
     EXPECT_EQ(recordings.Content("PcmRd"), RecordedSignal(0, 10) + RecordedSignal(25, 490));
+}
+
+// A frame that the disk has not taken holds back its successors; none is lost or overtaken.
+TEST_F(AudioPcmDisk, ASlowDiskDelaysTheFramesAndKeepsTheirOrder) {
+    constexpr uint64_t PERIODS = 5; // the card holds six
+    constexpr std::size_t ROOM = 2; // frames that the pipe in the disk's place takes
+    const char *const path = "/firmware/audio/PcmRd_24chn_20311224_183059.pcm";
+    ASSERT_EQ(mkfifo(path, 0600), 0);
+    const int disk = open(path, O_RDONLY | O_NONBLOCK);
+    ASSERT_EQ(fcntl(disk, F_SETPIPE_SZ, 4096), 4096);
+    Start();
+    AudioPcm::instance()->SaveAudioToFile(1);
+    log.Clear();
+    card.Advance(PERIODS);
+    ASSERT_TRUE(WaitUntil([] { return AudioPcmProbe::FramesGiven() == ROOM; }));
+    EXPECT_FALSE(WaitUntil([] { return AudioPcmProbe::FramesGiven() != ROOM; }, 100));
+
+    std::string recorded(PERIODS * RECORDED_FRAME_BYTES, '\0');
+    std::size_t taken = 0;
+    EXPECT_TRUE(WaitUntil([&] {
+        const ssize_t got = read(disk, &recorded[taken], recorded.size() - taken);
+        taken += got > 0 ? static_cast<std::size_t>(got) : 0;
+        return taken == recorded.size();
+    }));
+    for (uint64_t number = 0; number < PERIODS; ++number)
+        EXPECT_EQ(Take().payload, SignalPayload(number)) << number;
+    EXPECT_EQ(recorded, RecordedSignal(0, PERIODS));
+    EXPECT_THAT(log.Texts(), SizeIs(0));
+    EXPECT_EQ(AudioPcmProbe::CardReadErrors(), 0u);
+    signal(SIGPIPE, SIG_IGN);
+    close(disk);
 }
 
 } // namespace
