@@ -1,11 +1,11 @@
 # shellcheck shell=bash
 # Debian packages: finds what is missing and installs it. Source it, after common.sh.
 
-# zr_packages_for run|test: the names of packages.txt that it needs; test includes run.
+# zr_packages_for NEED...: the names of packages.txt that one of them needs.
 zr_packages_for() {
-    local wanted=$1 need name
+    local need name
     while read -r need name; do
-        [[ $need == run || $need == "$wanted" ]] && printf '%s\n' "$name"
+        [[ $need != \#* && " $* " == *" $need "* ]] && printf '%s\n' "$name"
     done <"$ZR_TREE/Tools/Scripts/packages.txt"
     return 0
 }
@@ -14,7 +14,7 @@ zr_package_installed() {
     [[ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" == installed ]]
 }
 
-# zr_install_packages run|test: installs what is missing, or fails with one line.
+# zr_install_packages NEED...: installs what is missing, or fails with one line.
 zr_install_packages() {
     local name missing=()
     if ! command -v dpkg-query >/dev/null; then
@@ -23,7 +23,7 @@ zr_install_packages() {
     fi
     while read -r name; do
         zr_package_installed "$name" || missing+=("$name")
-    done < <(zr_packages_for "$1")
+    done < <(zr_packages_for "$@")
     [[ ${#missing[@]} -eq 0 ]] && return
     zr_can_be_root ||
         zr_fail "missing packages, and neither root nor sudo to install them: apt-get install ${missing[*]}"

@@ -1,7 +1,9 @@
 #include "ServiceFixture.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -122,11 +124,12 @@ std::array<uint32_t, CARD_PERIOD_WORDS> Service::Played(uint64_t sequence) const
 }
 
 DatagramSocket::Bytes Service::ExpectedMessage(uint64_t firstFrame) {
+    constexpr std::array<uint8_t, 11> HEAD = {0xAA, 0xBB, 0, 0, 0x00, 0x06, 0, 0, 0, 0, 0x11};
     int16_t samples[CARD_PERIOD_WORDS];
     zr_card_planar(firstFrame, samples);
-    DatagramSocket::Bytes msg = {0xAA, 0xBB, 0, 0, 0x00, 0x06, 0, 0, 0, 0, 0x11};
-    const auto *bytes = reinterpret_cast<const uint8_t *>(samples);
-    msg.insert(msg.end(), bytes, bytes + sizeof(samples));
+    DatagramSocket::Bytes msg(HEAD.size() + sizeof samples);
+    std::copy(HEAD.begin(), HEAD.end(), msg.begin());
+    std::memcpy(&msg[HEAD.size()], samples, sizeof samples);
     return msg;
 }
 
