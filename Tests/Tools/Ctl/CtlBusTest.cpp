@@ -65,6 +65,15 @@ TEST_F(CtlBus, NoService) {
     ExpectFailure(RunCtl(bus.Address(), {"commands", "--log-file", "none"}), 4, "no service: ");
 }
 
+TEST_F(CtlBus, ADenialHasItsStatus) {
+    const BusDaemon bus(std::string(BusDaemon::OPEN_POLICY) +
+                        "<policy context=\"mandatory\"><deny send_destination=\"org.FpgaMng.server\"/></policy>");
+    BusClient service(bus.Address());
+    ASSERT_EQ(service.RequestName("org.FpgaMng.server", 0), DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER);
+    for (const char *command : {"raw", "print"})
+        ExpectFailure(RunCtl(bus.Address(), {command, "on"}), 6, "denied: ");
+}
+
 class CtlSilentService : public CtlBus {
   protected:
     BusDaemon m_bus;

@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "CtlProgram.h"
 #include "Support/BusClient.h"
@@ -23,14 +22,26 @@ constexpr const char *METHOD = "audio_dbus_method_FpgaMngDebug";
 constexpr const char *DENIED = "org.freedesktop.DBus.Error.AccessDenied";
 constexpr const char *RELATIVE_ADDRESS = "unix:path=bus.socket"; // others may not enter the directories above
 
-class CtlPolicy : public testing::Test {
+// What a usual system bus allows before any service's own policy.
+constexpr const char *SYSTEM_POLICY =
+    "<policy context=\"default\">\n"
+    "<allow user=\"*\"/><deny own=\"*\"/><deny send_type=\"method_call\"/><allow send_type=\"signal\"/>\n"
+    "<allow send_requested_reply=\"true\" send_type=\"method_return\"/>\n"
+    "<allow send_requested_reply=\"true\" send_type=\"error\"/>\n"
+    "<allow receive_type=\"method_call\"/><allow receive_type=\"method_return\"/>\n"
+    "<allow receive_type=\"error\"/><allow receive_type=\"signal\"/>\n"
+    "<allow send_destination=\"org.freedesktop.DBus\" send_interface=\"org.freedesktop.DBus\"/>\n"
+    "</policy>";
+
+// On a bus that allows everything else, and on a usual one.
+class CtlPolicy : public testing::TestWithParam<std::string> {
   protected:
     void SetUp() override {
-        if (geteuid() != 0)
-            GTEST_SKIP() << "only root can try the policy as other users";
+        if (!CanBecomeOthers())
+            GTEST_SKIP() << ONE_USER_ONLY;
         ASSERT_EQ(chmod(m_directory.Path().c_str(), 0711), 0);
-        m_bus.emplace(std::string(BusDaemon::OPEN_POLICY) + "\n<include>" ZR_SOURCE_DIR
-                                                            "/Deploy/dbus/org.FpgaMng.server.conf</include>");
+        m_bus.emplace(std::string(GetParam() == "Open" ? BusDaemon::OPEN_POLICY : SYSTEM_POLICY) +
+                      "\n<include>" ZR_SOURCE_DIR "/Deploy/dbus/org.FpgaMng.server.conf</include>");
     }
 
     // The service's place on the bus, taken by the test.
@@ -42,6 +53,15 @@ class CtlPolicy : public testing::Test {
     static std::string Call(const std::string &name, const char *path = PATH, const char *interface = INTERFACE,
                             const char *method = METHOD) {
         return BusClient(RELATIVE_ADDRESS).Call(name.c_str(), path, interface, method, "help");
+    }
+
+    // Sends a signal of the method's name to the service; the name of the bus's error.
+    static std::string Signal() {
+        BusClient sender(RELATIVE_ADDRESS);
+        const BusMessage signal(dbus_message_new_signal(PATH, INTERFACE, METHOD), dbus_message_unref);
+        dbus_message_set_destination(signal.get(), NAME);
+        const BusMessage error = sender.ReceiveReply(sender.Send(signal.get()));
+        return error ? dbus_message_get_error_name(error.get()) : "no error";
     }
 
     // Answers the next call as the service would; false when none comes.
@@ -67,13 +87,13 @@ class CtlPolicy : public testing::Test {
     std::optional<BusClient> m_service;
 };
 
-TEST_F(CtlPolicy, OnlyRootOwnsTheName) {
+TEST_P(CtlPolicy, OnlyRootOwnsTheName) {
     EXPECT_THAT(Own(User::Stranger), HasSubstr("not allowed to own"));
     EXPECT_THAT(Own(User::AudioMember), HasSubstr("not allowed to own"));
     OwnName();
 }
 
-TEST_F(CtlPolicy, RootCalls) {
+TEST_P(CtlPolicy, RootCalls) {
     OwnName();
     BusClient caller(m_bus->Address());
     const dbus_uint32_t serial = caller.Send(NAME, PATH, INTERFACE, METHOD, "help");
@@ -83,36 +103,40 @@ TEST_F(CtlPolicy, RootCalls) {
     EXPECT_EQ(FirstString(reply.get()), "{\"res\":0}");
 }
 
-TEST_F(CtlPolicy, AMemberOfTheGroupCalls) {
+TEST_P(CtlPolicy, AMemberOfTheGroupCalls) {
     OwnName();
     AsUser member(User::AudioMember, [] { return Call(NAME); });
     EXPECT_TRUE(AnswerOne());
     EXPECT_EQ(member.Result(), "{\"res\":0}");
 }
 
-TEST_F(CtlPolicy, AStrangerIsDenied) {
+TEST_P(CtlPolicy, AStrangerIsDenied) {
     OwnName();
     EXPECT_EQ(AsUser(User::Stranger, [] { return Call(NAME); }).Result(), DENIED);
     const std::string unique = m_service->UniqueName();
     EXPECT_EQ(AsUser(User::Stranger, [&] { return Call(unique); }).Result(), DENIED);
 }
 
-TEST_F(CtlPolicy, NothingButTheMethodIsAllowed) {
+TEST_P(CtlPolicy, NothingButTheMethodIsAllowed) {
     OwnName();
     for (const User user : {User::Stranger, User::AudioMember}) {
         EXPECT_EQ(AsUser(user, [] { return Call(NAME, "/other"); }).Result(), DENIED);
         EXPECT_EQ(AsUser(user, [] { return Call(NAME, PATH, "org.other.interface"); }).Result(), DENIED);
         EXPECT_EQ(AsUser(user, [] { return Call(NAME, PATH, INTERFACE, "other"); }).Result(), DENIED);
+        EXPECT_EQ(AsUser(user, Signal).Result(), DENIED);
     }
     EXPECT_EQ(Call(NAME, PATH, INTERFACE, "other"), DENIED); // root, too
 }
 
-TEST_F(CtlPolicy, ZrctlTellsADenialInOneLine) {
+TEST_P(CtlPolicy, ZrctlTellsADenialInOneLine) {
     OwnName();
     const CtlEnd end = RunCtlAs(User::Stranger, {"raw", "help"});
     EXPECT_EQ(end.status, 6);
     EXPECT_EQ(end.output, "");
     EXPECT_EQ(end.errors, "zrctl: denied: the bus's policy lets only root and the group audio call the service\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(Bus, CtlPolicy, testing::Values("Open", "System"),
+                         [](const auto &test) { return test.param; });
 
 } // namespace

@@ -60,6 +60,11 @@ CtlEnd RunCtlAs(User user, std::vector<std::string> arguments) {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadWholeFile("user.out"), ReadWholeFile("user.err")};
 }
 
+bool CanBecomeOthers() {
+    const auto can = [](User user) { return AsUser(user, [] { return std::string("yes"); }).Result() == "yes"; };
+    return can(User::Stranger) && can(User::AudioMember);
+}
+
 AsUser::AsUser(User user, const std::function<std::string()> &action) {
     int ends[2];
     if (pipe(ends) != 0 || (m_pid = fork()) < 0)

@@ -27,6 +27,12 @@ CtlEnd EndOf(ChildProcess &tool);
 // Somebody who is not root, with the group `audio` or without it.
 enum class User { Stranger, AudioMember };
 
+// True when this process may become another user: root can, unless its user namespace has
+// no other id.
+bool CanBecomeOthers();
+constexpr const char *ONE_USER_ONLY =
+    "needs other user ids: only root has them, in a namespace only with several mapped";
+
 // Runs a function in a child process of another user. The working directory must let
 // everybody through. Without the right to become another user the result says so.
 class AsUser {
