@@ -67,7 +67,7 @@ int zr_run_ctl(int argc, char **argv) {
     for (const auto add : {AddCommands, AddStatus, AddPrint, AddRecord, AddWav, AddLevels, AddLog, AddRaw})
         add(program, common);
     for (CLI::App *command : program.get_subcommands(nullptr))
-        command->footer(zr_ctl_exit_table());
+        command->footer("zrctl --help tells of the options that every command knows.\n\n" + zr_ctl_exit_table());
     const int status = Run(program, argc, argv);
     if (status == 0 && (std::fflush(stdout) != 0 || std::ferror(stdout)))
         return Tell(CtlExit::Failed, std::string("standard output: ") + std::strerror(errno));

@@ -49,6 +49,7 @@ TEST_F(CtlBus, HelpOfEveryCommandHasTheExitStatuses) {
         const CtlEnd end = RunCtl(NO_BUS, {command, "--help"});
         EXPECT_EQ(end.status, 0) << command;
         EXPECT_THAT(end.output, HasSubstr("Exit status:\n    0  done\n")) << command;
+        EXPECT_THAT(end.output, HasSubstr("zrctl --help tells of the options")) << command;
     }
 }
 

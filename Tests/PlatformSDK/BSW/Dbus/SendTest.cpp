@@ -73,6 +73,8 @@ TEST_F(SendTest, MethodCarriesOneText) {
     EXPECT_STREQ(dbus_message_get_path(call.get()), PATH);
     EXPECT_STREQ(dbus_message_get_interface(call.get()), INTERFACE);
     EXPECT_STREQ(dbus_message_get_signature(call.get()), "s");
+    EXPECT_FALSE(dbus_message_get_no_reply(call.get()));
+    EXPECT_TRUE(dbus_message_get_auto_start(call.get()));
     EXPECT_EQ(FirstString(call.get()), "text");
     EXPECT_THAT(m_log.Texts(), IsEmpty());
 }
