@@ -83,7 +83,7 @@ TEST_F(CtlService, RawGoesAsItIs) {
     const CtlEnd end = Zrctl({"raw", "Frob%d_x"});
     EXPECT_EQ(end.status, 0);
     EXPECT_EQ(end.output, "{\"res\":0}\n");
-    EXPECT_EQ(CountLog("E cmd: Frob%d not support") + CountLog("E cmd: Frob0 not support"), 1);
+    EXPECT_EQ(CountLog("E cmd: Frob0 not support"), 1); // the log expands its text once more
     EXPECT_EQ(Zrctl({"raw", "SaveAudio_x_y"}).status, 2);
     EXPECT_TRUE(m_service->IsRunning());
 }
