@@ -1,8 +1,11 @@
-// Text helpers. Any thread.
+// Text helpers. Any thread; nothing blocks, unless said otherwise.
 #pragma once
 
 #include <string>
 #include <vector>
+
+#include "BSW/BasicFun/CharText.h"
+#include "BSW/BasicFun/HexText.h"
 
 namespace StringUtils {
 
@@ -10,5 +13,19 @@ namespace StringUtils {
 // "a__b" at "_" gives "a", "" and "b"; "a_" gives "a" and "". An empty text has no
 // pieces; an empty separator leaves the text in one.
 std::vector<std::string> splitString(const std::string &strSrc, const std::string &pattern);
+
+// `strSrc` with `strNew` in place of every `pattern`, found from the front and not again
+// in what was put in. An empty pattern changes nothing.
+std::string ReplaceAll(const std::string &strSrc, const std::string &pattern, const std::string &strNew);
+
+// True when `pattern` occurs in `strSrc`; an empty one does in every text.
+bool ContainsSubstring(const std::string &strSrc, const std::string &pattern);
+
+// The IPv4 address `strIp` ("192.168.1.20") with `last` (0 to 255) in place of its last
+// number. Empty with a line in the log for anything else.
+std::string ModifyIPAddress(const std::string &strIp, int last);
+
+// "PP" and the number in decimal: "PP7", "PP-7".
+std::string IntToPPString(int value);
 
 } // namespace StringUtils
