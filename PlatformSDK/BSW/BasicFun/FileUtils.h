@@ -1,6 +1,16 @@
 // Files and directories. Any thread.
 #pragma once
 
+#include "BSW/BasicFun/DirList.h"
+#include "BSW/BasicFun/DirRemove.h"
+#include "BSW/BasicFun/DirWalk.h"
+#include "BSW/BasicFun/FileChange.h"
+#include "BSW/BasicFun/FileCopy.h"
+#include "BSW/BasicFun/FileInfo.h"
+#include "BSW/BasicFun/FileOpen.h"
+#include "BSW/BasicFun/FileSpace.h"
+#include "BSW/BasicFun/SafeIo.h"
+
 extern "C" {
 
 // 1 when something exists at `path`, else 0 (also for null).

@@ -28,4 +28,9 @@ std::string ModifyIPAddress(const std::string &strIp, int last);
 // "PP" and the number in decimal: "PP7", "PP-7".
 std::string IntToPPString(int value);
 
+// The names of the files (no directories; a link is a file) in the directory `path` (at
+// most 255 characters), in the order of their bytes. None with a line in the log when it
+// cannot be read. May block on the file system.
+std::vector<std::string> GetFilesName(const std::string &path);
+
 } // namespace StringUtils
