@@ -1,20 +1,16 @@
-// Time and processes. Any thread.
+// Shell commands with their output in the log, and UUIDs. Any thread.
 #include "BSW/BasicFun/Function.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include <signal.h>
 #include <sys/wait.h>
-#include <time.h>
-#include <unistd.h>
 
+#include "BSW/BasicFun/CommandPipe.h"
 #include "BSW/Log/Log.h"
 
 namespace {
-
-std::uint64_t ToMilliSec(const timespec &time) {
-    return static_cast<std::uint64_t>(time.tv_sec) * 1000 + static_cast<std::uint64_t>(time.tv_nsec) / 1000000;
-}
 
 struct sigaction SetDefaultChildSignal() {
     struct sigaction previous = {};
@@ -24,9 +20,9 @@ struct sigaction SetDefaultChildSignal() {
     return previous;
 }
 
-void LogOutput(FILE *output) {
+void LogOutput(CommandPipe &output) {
     char line[1024] = {};
-    while (fgets(line, sizeof line, output))
+    while (output.ReadPiece(line, sizeof line))
         LOG_DBG("%s", line);
 }
 
@@ -37,37 +33,46 @@ void LogEnd(const char *cmd, int res) {
         LOG_ERR("ExecCommand: %s Finish. res = %d, WIFEXITED(res) = %d", cmd, res, WIFEXITED(res));
 }
 
+// The first line of the file, without its line break, into `text`.
+bool ReadFirstLine(const char *path, char *text, int size) {
+    FILE *file = fopen(path, "re");
+    if (!file)
+        return false;
+    const bool isRead = fgets(text, size, file);
+    fclose(file);
+    if (isRead)
+        text[strcspn(text, "\n")] = '\0';
+    return isRead;
+}
+
 } // namespace
-
-std::uint64_t SystemGetMSCount(void) {
-    timespec now = {};
-    return clock_gettime(CLOCK_MONOTONIC, &now) == 0 ? ToMilliSec(now) : 0;
-}
-
-unsigned long GetCurTimeMilliSec(void) {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<unsigned long>(ToMilliSec(now) & 0x7fffffff);
-}
-
-int XSleep(unsigned int ms) {
-    return usleep(ms * 1000U);
-}
 
 int ExecCommand(const char *cmd) {
     const struct sigaction previous = SetDefaultChildSignal();
-    FILE *output = popen(cmd, "r");
-    if (!output) {
+    CommandPipe output(cmd);
+    if (!output.IsOpen()) {
         LOG_ERR("popen %s error! %m", cmd);
         return -1; // SIGCHLD stays at its default
     }
     LogOutput(output);
-    const int res = pclose(output);
+    const int res = output.Close();
     if (res == -1) {
         LOG_ERR("pclose %s error! %m", cmd);
         return -1; // SIGCHLD stays at its default
     }
     LogEnd(cmd, res);
     sigaction(SIGCHLD, &previous, nullptr);
+    return 0;
+}
+
+int GetUUID(char *uuid, int size) {
+    if (!uuid || size < UUID_TEXT_SIZE) {
+        LOG_ERR("GetUUID: bad parameter, size = %d", size);
+        return -1;
+    }
+    if (!ReadFirstLine("/proc/sys/kernel/random/uuid", uuid, UUID_TEXT_SIZE)) {
+        LOG_ERR("open %s error! %m", "/proc/sys/kernel/random/uuid");
+        return -1;
+    }
     return 0;
 }

@@ -1,24 +1,25 @@
-// Time and processes. Any thread.
+// The functions of the basic library for time, processes and diagnostics. Any thread.
+//
+// Null, sizes of 0 and less, names that are too long and buffers that are too small get an
+// error line in the log and the error result, unless a function says otherwise.
 #pragma once
 
-#include <cstdint>
+#include "BSW/BasicFun/Adts.h"
+#include "BSW/BasicFun/Calendar.h"
+#include "BSW/BasicFun/Clock.h"
+#include "BSW/BasicFun/Command.h"
+#include "BSW/BasicFun/Diagnostics.h"
+#include "BSW/BasicFun/HexDump.h"
+#include "BSW/BasicFun/IntervalPrint.h"
+#include "BSW/BasicFun/ProcessFind.h"
+
+// Size of the text of a UUID, its end included.
+constexpr int UUID_TEXT_SIZE = 37;
 
 extern "C" {
 
-// Monotonic time in milliseconds; 0 if the clock cannot be read.
-std::uint64_t SystemGetMSCount(void);
-
-// Monotonic time in milliseconds, its low 31 bits: wraps about every 24.8 days.
-unsigned long GetCurTimeMilliSec(void);
-
-// Sleeps `ms` milliseconds; the microseconds wrap at 32 bits (after about 71 minutes).
-// 0, or -1 with errno EINTR when a signal handler ended the sleep.
-int XSleep(unsigned int ms);
-
-// Runs `cmd` through the shell, blocks until it has ended and logs each line of its
-// output and its exit status. 0 whatever that status is, -1 when the command cannot be
-// started or its status cannot be had.
-// Meanwhile SIGCHLD has its default disposition, for the whole process; after -1 it
-// keeps it.
-int ExecCommand(const char *cmd);
+// A new random UUID of the system, 36 characters, into `uuid`, which holds `size` bytes: at
+// least UUID_TEXT_SIZE. 0; -1 after an error line when that is not so or the system gives
+// none.
+int GetUUID(char *uuid, int size);
 }

@@ -17,6 +17,9 @@ class LogName {
     // The text for the console, then the text for system.log, and so on in turn.
     const char *Next();
 
+    // The text for a line that goes to a log file only.
+    const char *ForFile() const { return m_doubled.c_str(); }
+
   private:
     std::string m_plain;
     std::string m_doubled;

@@ -1,45 +1,20 @@
-// Time and sleeping. The clock is replaced at link time (--wrap) where a test sets it.
+// Running time and the time of day as numbers.
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include <time.h>
 
 #include "BSW/BasicFun/Function.h"
-
-namespace {
-
-bool g_setClock = false;
-int g_clockResult = 0;
-clockid_t g_clockAsked = -1;
-timespec g_clock = {};
-
-void SetClock(time_t seconds, long nanoseconds, int result = 0) {
-    g_setClock = true;
-    g_clock.tv_sec = seconds;
-    g_clock.tv_nsec = nanoseconds;
-    g_clockResult = result;
-}
-
-} // namespace
-
-extern "C" {
-int __real_clock_gettime(clockid_t clock, timespec *now);
-int __wrap_clock_gettime(clockid_t clock, timespec *now) {
-    if (!g_setClock)
-        return __real_clock_gettime(clock, now);
-    g_clockAsked = clock;
-    if (g_clockResult == 0)
-        *now = g_clock;
-    return g_clockResult;
-}
-}
+#include "FakeClock.h"
+#include "Support/LogCapture.h"
 
 TEST(Time, IsMonotonicMilliseconds) {
     SetClock(5, 999999999);
     EXPECT_EQ(SystemGetMSCount(), 5999U);
-    EXPECT_EQ(g_clockAsked, CLOCK_MONOTONIC);
+    EXPECT_EQ(ClockAsked(), CLOCK_MONOTONIC);
     SetClock(10000000000, 1000000);
     EXPECT_EQ(SystemGetMSCount(), 10000000000001U);
 }
@@ -53,7 +28,7 @@ TEST(Time, IsZeroWhenTheClockCannotBeRead) {
 TEST(Time, TheShortTimeKeeps31Bits) {
     SetClock(2147483, 647000000); // 0x7fffffff ms
     EXPECT_EQ(GetCurTimeMilliSec(), 0x7fffffffUL);
-    EXPECT_EQ(g_clockAsked, CLOCK_MONOTONIC);
+    EXPECT_EQ(ClockAsked(), CLOCK_MONOTONIC);
     SetClock(2147483, 648000000);
     EXPECT_EQ(GetCurTimeMilliSec(), 0UL);
     SetClock(4294967, 295000000); // 0xffffffff ms
@@ -67,9 +42,51 @@ TEST(Time, GoesOnByItself) {
     EXPECT_GE(SystemGetMSCount(), start + 20);
 }
 
-// 4294968 ms are 4294968000 us, 704 us beyond 32 bits.
-TEST(Sleep, TheMicrosecondsWrapAt32Bits) {
-    const std::uint64_t start = SystemGetMSCount();
-    EXPECT_EQ(XSleep(4294968), 0);
-    EXPECT_LT(SystemGetMSCount(), start + 5000);
+TEST(Time, IsMonotonicMicrosecondsAndSeconds) {
+    SetClock(5, 999999999);
+    EXPECT_EQ(SystemGetUSCount(), 5999999U);
+    EXPECT_EQ(ClockAsked(), CLOCK_MONOTONIC);
+    EXPECT_EQ(SystemGetSecondCount(), 5U);
+    EXPECT_EQ(ClockAsked(), CLOCK_MONOTONIC);
+    SetClock(10000000000, 1000);
+    EXPECT_EQ(SystemGetUSCount(), 10000000000000001U);
+    EXPECT_EQ(SystemGetSecondCount(), 10000000000U);
+}
+
+TEST(Time, TheOtherMicrosecondsAreThoseOfTheTimeOfDay) {
+    SetClock(1700000000, 123456789);
+    EXPECT_EQ(SystemGetUSCount(0), 1700000000123456U);
+    EXPECT_EQ(ClockAsked(), CLOCK_REALTIME);
+}
+
+TEST(Time, EveryCountIsZeroWhenTheClockCannotBeRead) {
+    SetClock(5, 0, -1);
+    EXPECT_EQ(SystemGetUSCount(), 0U);
+    EXPECT_EQ(SystemGetUSCount(1), 0U);
+    EXPECT_EQ(SystemGetSecondCount(), 0U);
+}
+
+TEST(UpTime, IsWrittenAsText) {
+    char text[UPTIME_TEXT_SIZE];
+    SetClock(3 * 3600 + 25 * 60 + 7, 890000000);
+    EXPECT_EQ(SystemGetMSCountExt(text), 12307890U);
+    EXPECT_STREQ(text, "03:25:07");
+    SetClock(59, 999999999);
+    EXPECT_EQ(SystemGetMSCountExt(text), 59999U);
+    EXPECT_STREQ(text, "00:00:59");
+    SetClock(360000, 0);
+    EXPECT_EQ(SystemGetMSCountExt(text), 360000000U);
+    EXPECT_STREQ(text, "100:00:00");
+}
+
+TEST(UpTime, WithoutAClockOrABufferIsZero) {
+    const LogCapture log;
+    char text[UPTIME_TEXT_SIZE] = "text";
+    EXPECT_EQ(SystemGetMSCountExt(nullptr), 0U);
+    SetClock(5, 0, -1);
+    EXPECT_EQ(SystemGetMSCountExt(text), 0U);
+    EXPECT_STREQ(text, "");
+    EXPECT_EQ(log.TextsOf("Clock.cpp"),
+              (std::vector<std::string>{"E SystemGetMSCountExt: no text buffer",
+                                        "E SystemGetMSCountExt: clock error! Invalid argument"}));
 }
