@@ -171,9 +171,9 @@ TEST_F(DeskProgram, ShowsTheNodeReportAndTheLevelsOfARecording) {
 
 TEST_F(DeskProgram, CallsTheServiceMeanwhile) {
     const auto run = Start({"--seconds", "2", "--calls", "200", "--out", "out"});
-    const ExitStatus status = run->Wait(RUN_MS);
-    ASSERT_TRUE(status.exited && status.code == 0) << run->Stdout() << run->Stderr();
-    EXPECT_THAT(run->Stdout(), ContainsRegex("the operator called [1-9][0-9][0-9] times, "));
+    run->Wait(RUN_MS);
+    EXPECT_THAT(run->Stdout(), ContainsRegex("the operator called [1-9][0-9][0-9] times, ")) << run->Stderr();
+    EXPECT_THAT(run->Stdout(), Not(HasSubstr("calls of the operator got no")));
     EXPECT_GT(CountOf("[Pcm]ReadThread ", ReadWholeFile("out/log/system.log")), 50); // every second call
 }
 
