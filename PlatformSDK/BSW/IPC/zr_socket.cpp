@@ -1,4 +1,4 @@
-// The socket functions. Each runs on the thread that calls it.
+// Creation by kind and Unix-domain datagrams. Each function runs on the thread that calls it.
 #include "BSW/IPC/zr_socket.h"
 
 #include <cerrno>
@@ -7,40 +7,14 @@
 #include <algorithm>
 
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
+#include "BSW/IPC/zr_socket_internal.h"
 #include "BSW/Log/Log.h"
 
+using namespace SocketInternal;
+
 namespace {
-
-constexpr std::size_t PATH_CAPACITY = sizeof(sockaddr_un::sun_path);
-
-// The path of an address as terminated text; a path of 108 characters has no terminator
-// inside the address.
-struct PathText {
-    explicit PathText(const sockaddr_un &address) { std::memcpy(text, address.sun_path, PATH_CAPACITY); }
-    char text[PATH_CAPACITY + 1] = {};
-};
-
-sockaddr_un MakeAddress(const char *path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    const std::size_t length = strnlen(path, PATH_CAPACITY + 1);
-    std::memcpy(address.sun_path, path, length <= PATH_CAPACITY ? length : PATH_CAPACITY - 1);
-    return address;
-}
-
-const sockaddr *Generic(const sockaddr_un &address) {
-    return reinterpret_cast<const sockaddr *>(&address);
-}
-
-// Removes any file at `path` and binds there, with the full address length.
-bool BindToPath(int handle, const char *path) {
-    const sockaddr_un address = MakeAddress(path);
-    unlink(PathText(address).text);
-    return bind(handle, Generic(address), sizeof(address)) == 0;
-}
 
 void CopySenderPath(const sockaddr_un &sender, ZR_U8 *path, ZR_U32 capacity) {
     const PathText from(sender);
@@ -100,7 +74,7 @@ ZR_S32 zr_local_udp_send(ZR_S32 handle, ZR_U8 *pu8SvrPath, ZR_U8 *pu8Data, ZR_U3
     if (!pu8Data || !pu8SvrPath)
         return -1;
     const char *path = reinterpret_cast<const char *>(pu8SvrPath);
-    const sockaddr_un address = MakeAddress(path);
+    const sockaddr_un address = MakePathAddress(path);
     const ssize_t sent = sendto(handle, pu8Data, u32Len, 0, Generic(address), sizeof(address));
     if (sent != static_cast<ssize_t>(u32Len)) {
         const int error = errno;

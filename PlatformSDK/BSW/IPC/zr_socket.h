@@ -1,47 +1,35 @@
-// Socket library: creation by kind and Unix-domain datagrams.
+// Socket library: free functions over the system's sockets. This is the header to include;
+// the topics are in headers of their own, below. Here: creation by kind and Unix-domain
+// datagrams.
 //
-// Free functions over the system's sockets, callable from any thread; two threads may
-// send and receive on one socket at a time. Failures are -1 after an error line in the
-// log, unless said otherwise. Paths are terminated texts.
+// What holds for every function, unless said otherwise:
+// - Any thread may call it; two threads may send and receive on one socket at a time.
+// - A failure is -1 after an error line in the log that names the step; errno then tells
+//   the system's reason where it was a system call that failed. Success is 0 or a count.
+// - Null pointers, sizes of 0 or less, texts that do not parse and buffers too small for
+//   the answer are failures. A failure writes to no result, except where data was received
+//   before it; no result is written beyond the size given with it.
+// - `sz` arguments are texts with a terminator (ZR_S8) or, named szBuf, plain bytes; the
+//   size of a result text counts its terminator. Nothing passed in is kept, nothing handed
+//   out has to be freed but sockets (zr_close, zr_socket_raw_close).
+// - IPv4 addresses are texts of four decimal numbers ("127.0.0.1", never a host name); 16
+//   bytes hold any. Ports are in the machine's byte order.
+// - Times are milliseconds; a negative time-out waits without end.
+// - A call that a signal interrupts goes on; time-outs still count from the beginning.
+// - Sending to a peer that has gone is a failure, never SIGPIPE.
 #pragma once
 
-#include "common/Types.h"
-
-typedef enum _SOCKET_TYPE : ZR_S32 {
-    EM_TCP_SOCK = 0,       // IPv4 stream
-    EM_UDP_SOCK = 1,       // IPv4 datagram
-    EM_TCP_LOCAL_SOCK = 2, // Unix-domain stream
-    EM_UDP_LOCAL_SOCK = 3, // Unix-domain datagram
-    EM_SOCK_TYPE_UNKNOWN = 4,
-} SOCKET_TYPE_E;
-
-typedef enum _SELECT_TYPE : ZR_S32 {
-    EM_SELECT_READ = 1,
-    EM_SELECT_WRITE = 2,
-    EM_SELECT_EXCEPT = 4,
-    EM_SELECT_TYPE_UNKNOWN = 5,
-} SELECT_TYPE_E;
-
-typedef enum _SA_FAMILY : ZR_S32 {
-    EM_SA_INET = 0,
-    EM_SA_INET6 = 1,
-    EM_SA_UNIX = 2,
-} SA_FAMILY_E;
-
-// Ethernet header as on the wire.
-typedef struct _RAW_ETHHDR_S {
-    ZR_U8 u8DstMac[6];
-    ZR_U8 u8SrcMac[6];
-    ZR_U16 u16EthType;
-} RAW_ETHHDR_S;
-static_assert(sizeof(RAW_ETHHDR_S) == 14);
-
-typedef struct _RAW_SOCKETINFO_S {
-    int fd;
-    ZR_S32 s32InterfaceIdx;
-    ZR_U8 u8Interface[32]; // interface name
-    RAW_ETHHDR_S stEthHdr; // put in front of each frame sent
-} RAW_SOCKINFO_S;
+#include "BSW/IPC/zr_socket_address.h"
+#include "BSW/IPC/zr_socket_connect.h"
+#include "BSW/IPC/zr_socket_interface.h"
+#include "BSW/IPC/zr_socket_local.h"
+#include "BSW/IPC/zr_socket_mac.h"
+#include "BSW/IPC/zr_socket_option.h"
+#include "BSW/IPC/zr_socket_raw.h"
+#include "BSW/IPC/zr_socket_route.h"
+#include "BSW/IPC/zr_socket_tcp.h"
+#include "BSW/IPC/zr_socket_types.h"
+#include "BSW/IPC/zr_socket_udp.h"
 
 extern "C" {
 
