@@ -1,7 +1,7 @@
 // Bytes over TCP.
 #include "BSW/IPC/zr_socket_tcp.h"
 
-#include "BSW/BasicFun/Function.h"
+#include "BSW/BasicFun/Clock.h"
 #include "BSW/IPC/zr_socket_internal.h"
 #include "BSW/Log/Log.h"
 
