@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 
 #include "CardControl.h"
 
@@ -58,8 +59,12 @@ pcm.!default "hw:0,0"
 
 } // namespace
 
+// In a build tree the plugin lies beside the programs, else where libasound looks for plugins.
 std::string CardConfig::DefaultPlugin() {
-    return ZR_CARD_PLUGIN;
+    std::error_code failure;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", failure);
+    const std::filesystem::path built = program.parent_path().parent_path() / "lib/libzrcard.so";
+    return std::filesystem::exists(built, failure) ? built.string() : ZR_INSTALLED_PLUGIN;
 }
 
 std::string CardConfig::Write(const std::string &directory) {

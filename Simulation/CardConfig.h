@@ -16,7 +16,7 @@
 #include "CardDef.h"
 
 struct CardConfig {
-    // Shared module of the card; the one of this build unless set.
+    // Shared module of the card; the one of this build, or the installed one, unless set.
     std::string plugin = DefaultPlugin();
 
     // Capture. Channels (1..24) named here come from sound files (mono, 16000 Hz, any

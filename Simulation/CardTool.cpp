@@ -60,6 +60,7 @@ class Tool {
     int Run(int argc, char **argv);
 
   private:
+    void _AddCreate();
     void _AddFault();
     void _AddTags();
     void _AddClock();
@@ -70,6 +71,7 @@ class Tool {
     CardControl m_card;
     std::function<bool()> m_action;
     std::string m_file;
+    bool m_create = false;
     CardSide m_side = CardSide::Capture;
     CardFault m_fault = CardFault::Overrun;
     CardTags m_tags = CardTags::Normal;
@@ -87,6 +89,7 @@ Tool::Tool() {
         PrintStatus(m_card.Status());
         return true;
     });
+    _AddCreate();
     _AddFault();
     _AddTags();
     _AddClock();
@@ -103,6 +106,11 @@ CLI::App *Tool::_Add(const char *name, const char *help, std::function<bool()> a
     CLI::App *command = m_app.add_subcommand(name, help);
     command->callback([this, action = std::move(action)] { m_action = action; });
     return command;
+}
+
+void Tool::_AddCreate() {
+    m_app.add_subcommand("create", "make the control file of a fresh card, in the place of an old one")
+        ->callback([this] { m_create = true; });
 }
 
 void Tool::_AddFault() {
@@ -151,6 +159,8 @@ int Tool::Run(int argc, char **argv) {
     } catch (const CLI::ParseError &error) {
         return error.get_exit_code() == 0 ? m_app.exit(error) : Fail(error.what());
     }
+    if (m_create)
+        return CardControl::Create(m_file) ? 0 : Fail(m_file + " cannot be made");
     if (!m_card.Open(m_file))
         return Fail(m_file + " is not the control file of a card");
     return m_action() ? 0 : Fail("the card cannot do that");

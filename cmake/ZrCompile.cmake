@@ -1,9 +1,10 @@
 # Compiler settings shared by every target: warnings as errors, sanitizers, and
 # the short way to declare one of the project's libraries.
 
+option(ZR_WARNINGS_AS_ERRORS "Fail where the compiler warns; off for compilers that nobody has tried" ON)
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
-                    -Wformat=2 -Wno-format-nonliteral -Wnon-virtual-dtor -Woverloaded-virtual -Werror
-                    -fno-omit-frame-pointer)
+                    -Wformat=2 -Wno-format-nonliteral -Wnon-virtual-dtor -Woverloaded-virtual
+                    $<$<BOOL:${ZR_WARNINGS_AS_ERRORS}>:-Werror> -fno-omit-frame-pointer)
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   add_compile_options(-Wno-restrict) # GCC 12 sees an overlap in every "text" + std::string

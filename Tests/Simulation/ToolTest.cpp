@@ -36,6 +36,19 @@ TEST_F(Tool, ShowsTheStatus) {
     EXPECT_NE(out.find("playback open, running, 6 periods"), std::string::npos) << out;
 }
 
+TEST_F(Tool, MakesAFreshCard) {
+    ASSERT_EQ(Run({"fresh.control", "create"}), 0) << err;
+    CardControl fresh;
+    ASSERT_TRUE(fresh.Open("fresh.control"));
+    fresh.SetPresence(CardPresence::Missing);
+    ASSERT_EQ(Run({"fresh.control", "create"}), 0) << err;
+    ASSERT_TRUE(CardControl().Open("fresh.control"));
+    ASSERT_EQ(Run({"fresh.control", "status"}), 0);
+    EXPECT_NE(out.find("card     present"), std::string::npos) << out;
+    EXPECT_EQ(Run({"no-such-directory/fresh.control", "create"}), 2);
+    EXPECT_NE(err.find("cannot be made"), std::string::npos) << err;
+}
+
 TEST_F(Tool, ControlsARunningCard) {
     UseManualClock();
     const auto pcm = StartCapture();
