@@ -109,6 +109,7 @@ TEST_F(CtlSilentService, TheBusGoesAwayDuringTheCall) {
 TEST_F(CtlSilentService, RawPrintsAnyReply) {
     Start({"raw", "a_b_c"});
     EXPECT_EQ(FirstString(m_call.get()), "a_b_c");
+    EXPECT_FALSE(dbus_message_get_auto_start(m_call.get())) << "it never starts the service";
     m_service.Reply(m_call.get(), "{\"res\":-1}");
     const CtlEnd end = EndOf(*m_tool);
     EXPECT_EQ(end.status, 0);
