@@ -63,7 +63,7 @@ int DestroyThreadPool(ThreadPool_t *pool);
 int ClearTasks(ThreadPool_t *pool);
 
 // Names the calling thread, as /proc shows it; the kernel keeps 15 characters. 0, or -1
-// with errno.
+// with errno: EFAULT for null.
 int SetThreadName(const char *name);
 
 // Makes the calling thread a real-time thread (SCHED_FIFO) of the middle priority, 50

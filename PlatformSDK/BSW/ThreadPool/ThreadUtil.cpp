@@ -1,12 +1,17 @@
 // Thread utilities: name and priority of the calling thread, threads that nobody joins.
 #include "BSW/ThreadPool/ThreadPool.h"
 
+#include <cerrno>
 #include <cstdio>
 
 #include <sched.h>
 #include <sys/prctl.h>
 
 int SetThreadName(const char *name) {
+    if (!name) {
+        errno = EFAULT;
+        return -1;
+    }
     return prctl(PR_SET_NAME, name);
 }
 
