@@ -54,10 +54,15 @@ bool EnterAsOrdinaryUser() {
     return true;
 }
 
+// Without what a sanitizer does at the end of a process: it would miss the parent's threads.
+void EndAtOnce(int code) {
+    syscall(SYS_exit_group, code);
+}
+
 int RunInChild(const std::function<bool()> &prepare, const std::function<int()> &body) {
     const pid_t child = fork();
     if (child == 0)
-        _exit(prepare() ? body() : NOT_RUN);
+        EndAtOnce(prepare() ? body() : NOT_RUN);
     int status = 0;
     const bool ended = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
     return ended && WEXITSTATUS(status) != NOT_RUN ? WEXITSTATUS(status) : -1;
