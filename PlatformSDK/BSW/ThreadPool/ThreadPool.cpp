@@ -190,18 +190,22 @@ int BeginShutdown(ThreadPool_t *pool) {
     return isFirst ? 0 : POOL_SHUT_DOWN;
 }
 
+// A worker that destroys its own pool cannot be joined: it is let go.
+bool Join(pthread_t worker) {
+    if (!pthread_equal(worker, pthread_self()))
+        return pthread_join(worker, nullptr) == 0;
+    pthread_detach(worker);
+    return false;
+}
+
 // Joins while the index is below the number of workers alive, which falls meanwhile: the
 // later workers are not waited for, but let go.
 int JoinWorkers(PoolRecord *pool) {
     int result = 0;
     int index = 0;
-    for (; index < WorkersAlive(pool); ++index) {
-        const int error = pthread_join(pool->threads[index], nullptr);
-        if (error != 0)
+    for (; index < WorkersAlive(pool); ++index)
+        if (!Join(pool->threads[index]))
             result = JOIN_FAILURE;
-        if (error == EDEADLK) // the worker itself
-            pthread_detach(pool->threads[index]);
-    }
     for (; index < pool->created; ++index)
         pthread_detach(pool->threads[index]);
     return result;

@@ -43,7 +43,7 @@ class PoolDestroyTest : public testing::Test {
         return {m_blocks[inOrder ? 0 : 1], m_blocks[inOrder ? 1 : 0]};
     }
 
-    void TearDown() override { EXPECT_TRUE(m_workers.WaitForEnd()); }
+    void TearDown() override { EXPECT_TRUE(m_workers.WaitForEndOfPools()); }
 
     NewThreads m_workers;
     BlockingTask m_blocks[2];

@@ -15,7 +15,7 @@ ThreadPool_t *CreateWithFailing(Call call, int nth) {
 
 class PoolFaultTest : public testing::Test {
   protected:
-    void TearDown() override { EXPECT_TRUE(m_workers.WaitForEnd()); }
+    void TearDown() override { EXPECT_TRUE(m_workers.WaitForEndOfPools()); }
 
     NewThreads m_workers;
     std::atomic<int> m_runs{0};

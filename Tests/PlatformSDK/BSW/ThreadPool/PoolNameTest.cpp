@@ -36,7 +36,7 @@ std::vector<std::string> WorkerNames(ThreadPool_t *pool, int count, const NewThr
     for (NameTask &task : tasks)
         task.block.released.Post();
     EXPECT_EQ(DestroyThreadPool(pool), 0);
-    EXPECT_TRUE(workers.WaitForEnd()); // the tasks go
+    EXPECT_TRUE(workers.WaitForEndOfPools()); // the tasks go
     std::sort(names.begin(), names.end());
     return names;
 }

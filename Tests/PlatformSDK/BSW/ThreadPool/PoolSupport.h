@@ -2,6 +2,10 @@
 #pragma once
 
 #include <atomic>
+#include <string>
+#include <thread>
+
+#include <unistd.h>
 
 #include "BSW/ThreadPool/ThreadPool.h"
 #include "Support/WaitUntil.h"
@@ -38,16 +42,28 @@ inline bool WaitForCount(const std::atomic<int> &counter, int count) {
     return WaitUntil([&] { return counter == count; }, LONG_WAIT_MS);
 }
 
-// The threads that came since it was made.
+// The threads that came since it was made. ThreadSanitizer starts one of its own with a
+// program's first thread: that is over before the counting begins.
 class NewThreads {
   public:
+    NewThreads() {
+        pid_t first = 0;
+        std::thread([&] { first = gettid(); }).join();
+        const std::string entry = "/proc/self/task/" + std::to_string(first);
+        WaitUntil([&] { return access(entry.c_str(), F_OK) != 0; }, LONG_WAIT_MS);
+        m_before = ThreadCount();
+    }
+
     int Count() const { return ThreadCount() - m_before; }
     bool WaitForEnd() const {
         return WaitUntil([this] { return Count() == 0; }, LONG_WAIT_MS);
     }
 
+    // The same, and frees the pools that were left behind: what their tasks used may go.
+    bool WaitForEndOfPools() const { return WaitForEnd() && DestroyThreadPool(CreateThreadPool(0, 1, "")) == 0; }
+
   private:
-    int m_before = ThreadCount();
+    int m_before = 0;
 };
 
 // A field of the pool, read under its lock.

@@ -43,7 +43,7 @@ class PoolTaskTest : public testing::Test {
     // The workers end before what they use goes.
     void TearDown() override {
         EXPECT_EQ(DestroyThreadPool(m_pool), 0);
-        EXPECT_TRUE(m_workers.WaitForEnd());
+        EXPECT_TRUE(m_workers.WaitForEndOfPools());
     }
 
     NewThreads m_workers;

@@ -83,7 +83,10 @@ int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attributes, v
 
 int __real_pthread_join(pthread_t thread, void **result);
 int __wrap_pthread_join(pthread_t thread, void **result) {
-    return MustFail(Call::ThreadJoin) ? EDEADLK : __real_pthread_join(thread, result);
+    if (!MustFail(Call::ThreadJoin))
+        return __real_pthread_join(thread, result);
+    pthread_detach(thread); // as if somebody else had done so
+    return EINVAL;
 }
 
 int __real_pthread_mutex_init(pthread_mutex_t *mutex, const pthread_mutexattr_t *attributes);

@@ -89,6 +89,12 @@ struct Started {
     }
 };
 
+// One that stays: nobody knows when a detached thread is done with it.
+Started &Kept() {
+    static Started *const started = new Started;
+    return *started;
+}
+
 } // namespace
 
 TEST(ThreadName, IsCutTo15Characters) {
@@ -128,7 +134,7 @@ TEST(ThreadPriority, IsRefusedWithoutTheRight) {
 
 TEST(DetachedThread, RunsDetachedAndGivesItsHandle) {
     const NewThreads threads;
-    Started started;
+    Started &started = Kept();
     pthread_t handle = {};
     ASSERT_EQ(create_detached_thread(Started::Run, &started, &handle), 0);
     EXPECT_TRUE(WasPosted(started.ran));
@@ -141,7 +147,7 @@ TEST(DetachedThread, RunsDetachedAndGivesItsHandle) {
 
 TEST(DetachedThread, NeedsNoHandleButAFunction) {
     const NewThreads threads;
-    Started started;
+    Started &started = Kept();
     EXPECT_EQ(create_detached_thread(Started::Run, &started, nullptr), 0);
     EXPECT_TRUE(WasPosted(started.ran));
     started.released.Post();
