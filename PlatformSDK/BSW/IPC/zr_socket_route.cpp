@@ -41,8 +41,6 @@ rtentry MakeEntry(RouteName &name) {
     PutSockaddr(name.destination, entry.rt_dst);
     PutSockaddr(name.mask, entry.rt_genmask);
     entry.rt_flags = RTF_UP;
-    if (name.mask.s_addr == INADDR_BROADCAST)
-        entry.rt_flags |= RTF_HOST;
     return entry;
 }
 

@@ -102,6 +102,25 @@ TEST_F(ZrSocketLocal, ReportsConnectionsThatFail) {
     EXPECT_EQ(_Logged(), "E connect failure, errno = 9!");
 }
 
+TEST_F(ZrSocketLocal, ConnectWaitsForAFullBacklogThoughInterrupted) {
+    const Handle server = zr_create_local_tcpsvr(Text("s.sock"));
+    ASSERT_EQ(zr_listen(server, 0), 0);
+    const Handle first = zr_socket(EM_TCP_LOCAL_SOCK), second = zr_socket(EM_TCP_LOCAL_SOCK);
+    ASSERT_EQ(zr_local_tcp_connect(first, Path("s.sock")), 0);
+    ASSERT_EQ(zr_set_socknoblock(second, 1), 0);
+    EXPECT_EQ(zr_local_tcp_connect(second, Path("s.sock")), -1);
+    EXPECT_EQ(_Logged(), "E connect failure, errno = 11!");
+    ASSERT_EQ(zr_set_socknoblock(second, 0), 0);
+    Interrupter interrupter;
+    std::thread peer([&] {
+        interrupter.Await();
+        close(accept(server, nullptr, nullptr));
+    });
+    EXPECT_EQ(zr_local_tcp_connect(second, Path("s.sock")), 0);
+    peer.join();
+    EXPECT_EQ(_Logged(), "");
+}
+
 TEST_F(ZrSocketLocal, SendsAllThroughAFullSocketOfEitherMode) {
     for (const int nonBlocking : {0, 1}) {
         Pair pair;
