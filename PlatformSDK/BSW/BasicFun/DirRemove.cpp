@@ -35,7 +35,8 @@ bool Unlink(int directory, const char *name, const std::string &path, int flags)
     return false;
 }
 
-// True also when the status cannot be read.
+// Whether another file system begins at the open directory `directory` in `parent`; taken
+// for granted when the kernel does not tell.
 bool IsMountedIn(int parent, int directory) {
     struct statx inner = {}, outer = {};
     if (statx(directory, "", AT_EMPTY_PATH, STATX_TYPE, &inner) != 0 ||
@@ -181,7 +182,8 @@ int ClearDir(const char *path) {
     if (directory.Failed())
         return 0;
     if (directory.Descriptor() >= 0 && IsRoot(directory.Descriptor())) {
-        LOG_ERR("remove %s error. The root directory", path);
+        LogName logged(path);
+        LOG_ERR("remove %s error. The root directory", logged.Next());
         return 0;
     }
     return RemoveContents(directory, {true, true}, 0) ? 1 : 0;

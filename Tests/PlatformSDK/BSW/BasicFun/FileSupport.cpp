@@ -124,9 +124,9 @@ OwnMounts::~OwnMounts() {
         umount2(path.c_str(), MNT_DETACH);
 }
 
-bool OwnMounts::MountTmpfs(const std::string &path, int bytes) {
+bool OwnMounts::MountTmpfs(const std::string &path, int bytes, const std::string &device) {
     const std::string options = "mode=0777,size=" + std::to_string(bytes);
-    if (!m_available || mount("small", path.c_str(), "tmpfs", 0, options.c_str()) != 0)
+    if (!m_available || mount(device.c_str(), path.c_str(), "tmpfs", 0, options.c_str()) != 0)
         return false;
     m_mounted.push_back(std::filesystem::absolute(path));
     return true;

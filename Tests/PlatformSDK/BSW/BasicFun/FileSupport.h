@@ -35,7 +35,7 @@ class OwnMounts {
     bool Available() const { return m_available; }
 
     // Mounts an empty file system of `bytes` at the directory `path`, until the end.
-    bool MountTmpfs(const std::string &path, int bytes);
+    bool MountTmpfs(const std::string &path, int bytes, const std::string &device = "small");
 
   private:
     bool m_available = false;

@@ -68,10 +68,11 @@ class SafeIo : public testing::Test {
         return bytes;
     }
 
+    // Bytes that do not repeat at the sizes of pages and pipes.
     static Bytes Pattern(std::size_t size) {
         Bytes bytes(size);
         for (std::size_t i = 0; i < size; ++i)
-            bytes[i] = static_cast<unsigned char>(i * 7 >> 2);
+            bytes[i] = static_cast<unsigned char>(i * 2654435761U >> 13);
         return bytes;
     }
 
