@@ -50,11 +50,11 @@ TEST_F(DeployDebian, DirectoriesAreTheServicesAndTheGroups) {
         GTEST_SKIP() << "only root can make what belongs to another user";
     if (!HasProgram("systemd-tmpfiles"))
         GTEST_SKIP() << "systemd-tmpfiles (package systemd) is not on this machine";
-    const CommandEnd end =
-        RunShell("mkdir -p root/etc && systemd-sysusers --root=\"$PWD/root\" " + Source("Deploy/sysusers/zrfpgamng.conf") +
-                 " && systemd-tmpfiles --root=\"$PWD/root\" --create " + Source("Deploy/tmpfiles/zrfpgamng.conf") +
-                 " && awk -F: '$1 == \"zrfpgamng\" {print $3}' root/etc/passwd"
-                 " && awk -F: '$1 == \"audio\" {print $3}' root/etc/group");
+    const CommandEnd end = RunShell(
+        "mkdir -p root/etc && systemd-sysusers --root=\"$PWD/root\" " + Source("Deploy/sysusers/zrfpgamng.conf") +
+        " && systemd-tmpfiles --root=\"$PWD/root\" --create " + Source("Deploy/tmpfiles/zrfpgamng.conf") +
+        " && awk -F: '$1 == \"zrfpgamng\" {print $3}' root/etc/passwd"
+        " && awk -F: '$1 == \"audio\" {print $3}' root/etc/group");
     ASSERT_EQ(end.status, 0) << end.errors;
     std::istringstream ids(end.output);
     uid_t user = 0;

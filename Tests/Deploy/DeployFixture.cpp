@@ -5,10 +5,14 @@
 
 #include "Support/ChildProcess.h"
 
-CommandEnd RunShell(const std::string &command) {
-    ChildProcess child("command", {"sh", "-c", command});
+CommandEnd RunProgram(const std::vector<std::string> &arguments) {
+    ChildProcess child("command", arguments);
     const ExitStatus status = child.Wait(60000);
     return {status.exited ? status.code : -1, child.Stdout(), child.Stderr()};
+}
+
+CommandEnd RunShell(const std::string &command) {
+    return RunProgram({"sh", "-c", command});
 }
 
 bool HasProgram(const std::string &name) {

@@ -16,7 +16,10 @@ struct CommandEnd {
     std::string errors;
 };
 
-// Runs a shell command in the working directory, for a minute at most.
+// Runs a program in the working directory, for a minute at most.
+CommandEnd RunProgram(const std::vector<std::string> &arguments);
+
+// Runs a shell command likewise; it cannot start programs of this build where they are the board's.
 CommandEnd RunShell(const std::string &command);
 
 // True when the program is found in PATH.
