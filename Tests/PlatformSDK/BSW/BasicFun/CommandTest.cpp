@@ -12,6 +12,7 @@
 
 #include "BSW/BasicFun/Function.h"
 #include "Support/LogCapture.h"
+#include "Support/ScratchDir.h"
 
 using Texts = std::vector<std::string>;
 
@@ -43,6 +44,12 @@ class StderrFile {
   private:
     int m_before;
 };
+
+int StatusOf(int pid) {
+    int status = -1;
+    EXPECT_EQ(waitpid(pid, &status, 0), pid);
+    return status;
+}
 
 } // namespace
 
@@ -137,14 +144,7 @@ TEST_F(ExecCommand2Test, AStatusThatTheSystemThrowsAwayIsReported) {
     EXPECT_EQ(Logged(), Texts{"E ExecCommand2 waitpid true error! No child processes"});
 }
 
-class BackgroundTest : public CommandTest {
-  protected:
-    static int StatusOf(int pid) {
-        int status = -1;
-        EXPECT_EQ(waitpid(pid, &status, 0), pid);
-        return status;
-    }
-};
+class BackgroundTest : public CommandTest {};
 
 TEST_F(BackgroundTest, ReturnsWhileTheProgramRuns) {
     const int pid = ExecCommandBackground("sleep", "sleep", "1000", nullptr);
@@ -163,7 +163,9 @@ TEST_F(BackgroundTest, TheArgumentsArriveAsTheyAre) {
     EXPECT_EQ(ReadWholeFile("out"), "a b,,$HOME,*,");
 }
 
-TEST_F(BackgroundTest, AFileThatCannotBeRunEndsTheChild) {
+// Without the log and its thread: ThreadSanitizer would miss that in the child.
+TEST(BackgroundChild, EndsWhenTheFileCannotBeRun) {
+    const ScratchDir directory;
     const StderrFile capture("stderr");
     const int pid = ExecCommandBackground("no_such_program_here", "name", nullptr);
     ASSERT_GT(pid, 0);
