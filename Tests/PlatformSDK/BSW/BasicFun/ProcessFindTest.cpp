@@ -73,9 +73,10 @@ TEST_F(ProcessFindTest, TheKeywordTellsTwoOfAProgramApart) {
     EXPECT_TRUE(Finds(second, [&] { return XGetProgressIDByProgramName("sleep", (m_seconds + "2").c_str()); }));
 }
 
-// A command line longer than a piece of the pipe is one line all the same.
+// A command line longer than a piece of the pipe is one line all the same: the last piece
+// of this one would do as a line of another process.
 TEST_F(ProcessFindTest, ALongCommandLineIsNoNewLine) {
-    const std::string padding = std::string(3000, 'x') + " root 1 0 0 00:00 ? 00:00:00 zrfalse";
+    const std::string padding = std::string(3000, 'x') + " 1 0 0 00:00 ? 00:00:00 zrfalse";
     const ChildProcess program("program", {"sh", "-c", "read line", m_seconds, padding});
     const ChildProcess sleeper("sleeper", {"sleep", m_seconds});
     ASSERT_TRUE(Finds(sleeper, [&] { return XGetProgressIDByProgramName("sleep", m_seconds.c_str()); }));

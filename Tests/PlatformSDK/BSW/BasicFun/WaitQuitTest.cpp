@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <signal.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -68,6 +69,20 @@ TEST_F(WaitQuitTest, AStopAndAContinuationDoNotEndTheWait) {
     EXPECT_EQ(XWaitProgressQuit(pid, status), 0);
     waker.join();
     EXPECT_EQ(Logged(), (Texts{"D stopped by signal 19\n", "D continued\n", "D killed by signal 9\n"}));
+}
+
+TEST_F(WaitQuitTest, OtherSignalsDoNotEndTheWait) {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {}; // without SA_RESTART
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval often = {{0, 10000}, {0, 10000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    int status = -1;
+    EXPECT_EQ(XWaitProgressQuit(ExecCommandBackground("sleep", "sleep", "0.3", nullptr), status), 0);
+    EXPECT_EQ(ExecCommand2("sleep", "0.3"), 0);
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    EXPECT_EQ(Logged(), Texts{"D exited, status=0\n"});
 }
 
 TEST_F(WaitQuitTest, OnlyAChildCanBeWaitedFor) {
