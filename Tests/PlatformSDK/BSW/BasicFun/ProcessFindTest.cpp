@@ -77,9 +77,8 @@ TEST_F(ProcessFindTest, TheKeywordTellsTwoOfAProgramApart) {
 // of this one would do as a line of another process.
 TEST_F(ProcessFindTest, ALongCommandLineIsNoNewLine) {
     const std::string padding = std::string(3000, 'x') + " 1 0 0 00:00 ? 00:00:00 zrfalse";
-    const ChildProcess program("program", {"sh", "-c", "read line", m_seconds, padding});
-    const ChildProcess sleeper("sleeper", {"sleep", m_seconds});
-    ASSERT_TRUE(Finds(sleeper, [&] { return XGetProgressIDByProgramName("sleep", m_seconds.c_str()); }));
+    const ChildProcess program("program", {"sh", "-c", "kill -STOP $$", m_seconds, padding});
+    ASSERT_TRUE(Finds(program, [&] { return XGetProgressIDByProgramName("sh", m_seconds.c_str()); }));
     EXPECT_EQ(XGetProgressIDByProgramName("zrfalse", nullptr), -1);
 }
 
