@@ -2,7 +2,10 @@
 
 #include <arpa/inet.h>
 #include <poll.h>
+#include <sys/resource.h>
+#include <sys/select.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -30,6 +33,19 @@ int ConnectedTo(ZR_U16 port) {
     ADD_FAILURE() << "no connection on 127.0.0.1";
     close(handle);
     return -1;
+}
+
+// Some emulators end a process that asks for it: a second process tries.
+bool SelectTakes(int descriptor) {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::vector<fd_set> sets(static_cast<std::size_t>(descriptor / FD_SETSIZE + 1));
+        timeval none = {};
+        select(descriptor + 1, sets.data(), nullptr, nullptr, &none);
+        _exit(0);
+    }
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status);
 }
 
 } // namespace
@@ -78,4 +94,16 @@ int ClosedDescriptor() {
     const int handle = dup(1);
     close(handle);
     return handle;
+}
+
+std::string NoDescriptorsUpTo(int count) {
+    rlimit limit;
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = static_cast<rlim_t>(count);
+    if (limit.rlim_max < limit.rlim_cur || setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return "no right to so many descriptors";
+    const int highest = dup2(1, count - 1);
+    const bool taken = SelectTakes(highest);
+    close(highest);
+    return taken ? "" : "select takes no descriptors beyond FD_SETSIZE here";
 }

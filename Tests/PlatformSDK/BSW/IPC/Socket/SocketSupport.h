@@ -94,6 +94,10 @@ int OptionOf(int handle, int level, int option);
 // A descriptor that was closed a moment ago.
 int ClosedDescriptor();
 
+// Lets this process have `count` descriptors, more than one fd_set holds, and select wait for
+// them. Why that cannot be had here (a limit, an emulated processor); empty when it can.
+std::string NoDescriptorsUpTo(int count);
+
 class Stopwatch {
   public:
     int Milliseconds() const {

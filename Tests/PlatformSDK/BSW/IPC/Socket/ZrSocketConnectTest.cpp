@@ -4,7 +4,6 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include "Interrupter.h"
@@ -109,12 +108,8 @@ TEST_F(ZrSocketConnect, InterruptedConnectionsComeAbout) {
 }
 
 TEST_F(ZrSocketConnect, DescriptorBeyondASingleSet) {
-    rlimit limit;
-    getrlimit(RLIMIT_NOFILE, &limit);
-    if (limit.rlim_max < FD_SETSIZE + 100)
-        GTEST_SKIP() << "no descriptors beyond " << limit.rlim_max;
-    limit.rlim_cur = FD_SETSIZE + 100;
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    if (const std::string missing = NoDescriptorsUpTo(FD_SETSIZE + 100); !missing.empty())
+        GTEST_SKIP() << missing;
     Listener listener;
     const Handle high = dup2(m_socket, FD_SETSIZE + 50);
     ASSERT_EQ(high, FD_SETSIZE + 50);

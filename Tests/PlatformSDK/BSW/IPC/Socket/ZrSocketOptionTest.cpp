@@ -1,5 +1,5 @@
 // Options of a socket, read back from the system.
-#include "SocketSupport.h"
+#include "NetTest.h"
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -24,6 +24,8 @@ class ZrSocketOption : public SocketTest {
     Handle m_tcp{zr_socket(EM_TCP_SOCK)};
     Handle m_udp{zr_socket(EM_UDP_SOCK)};
 };
+
+class ZrSocketOptionNet : public NetTest {};
 
 } // namespace
 
@@ -115,16 +117,6 @@ TEST_F(ZrSocketOption, ReuseAddressLetsADatagramAddressBeShared) {
     EXPECT_EQ(zr_bind(other, EM_SA_INET, Text("127.0.0.1"), port), 0);
 }
 
-TEST_F(ZrSocketOption, BindsToAnInterface) {
-    if (zr_bind2device(m_udp, Text("lo")) != 0)
-        GTEST_SKIP() << "this system lets nobody but root bind to an interface";
-    char name[16] = {};
-    socklen_t length = sizeof(name);
-    ASSERT_EQ(getsockopt(m_udp, SOL_SOCKET, SO_BINDTODEVICE, name, &length), 0);
-    EXPECT_STREQ(name, "lo");
-    EXPECT_EQ(_Logged(), "");
-}
-
 TEST_F(ZrSocketOption, BindToInterfaceReportsItsFailures) {
     EXPECT_EQ(zr_bind2device(m_udp, nullptr), -1);
     EXPECT_EQ(zr_bind2device(m_udp, Text("")), -1);
@@ -136,4 +128,15 @@ TEST_F(ZrSocketOption, BindToInterfaceReportsItsFailures) {
     EXPECT_EQ(_Logged(), "E set SO_BINDTODEVICE failure, errno = 19!");
     EXPECT_EQ(zr_bind2device(ClosedDescriptor(), Text("lo")), -1);
     EXPECT_EQ(_Logged(), "E set SO_BINDTODEVICE failure, errno = 9!");
+}
+
+TEST_F(ZrSocketOptionNet, SocketBoundToAnInterfaceHearsThatAlone) {
+    UdpPeer sender, local, remote;
+    ASSERT_EQ(zr_bind2device(local.socket, Text("lo")), 0);
+    ASSERT_EQ(zr_bind2device(remote.socket, Text("zr1")), 0);
+    for (const ZR_U16 port : {remote.port, local.port})
+        EXPECT_EQ(zr_udp_send(sender.socket, Text("x"), 1, Text("127.0.0.1"), port), 1);
+    EXPECT_TRUE(Readable(local.socket, 5000));
+    EXPECT_FALSE(Readable(remote.socket, 50));
+    EXPECT_EQ(_Logged(), "");
 }

@@ -3,7 +3,6 @@
 
 #include <thread>
 
-#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include "Interrupter.h"
@@ -83,12 +82,8 @@ TEST_F(ZrSocketSelect, NegativeTimeWaitsForTheEvent) {
 }
 
 TEST_F(ZrSocketSelect, DescriptorsBeyondASingleSet) {
-    rlimit limit;
-    getrlimit(RLIMIT_NOFILE, &limit);
-    if (limit.rlim_max < 3 * FD_SETSIZE)
-        GTEST_SKIP() << "no descriptors beyond " << limit.rlim_max;
-    limit.rlim_cur = 3 * FD_SETSIZE;
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    if (const std::string missing = NoDescriptorsUpTo(3 * FD_SETSIZE); !missing.empty())
+        GTEST_SKIP() << missing;
     const Handle second = dup2(m_pairs[1].near, FD_SETSIZE), third = dup2(m_pairs[2].near, 2 * FD_SETSIZE + 1);
     ZR_S32 sockets[] = {third, m_pairs[0].near, second}, flags[] = {7, 7, 7};
     EXPECT_EQ(zr_select(sockets, 3, EM_SELECT_READ, 0, flags), 0);
