@@ -35,17 +35,18 @@ int ConnectedTo(ZR_U16 port) {
     return -1;
 }
 
-// Some emulators end a process that asks for it: a second process tries.
+// Some emulators end a process that asks for it, by exit: a second process tries.
 bool SelectTakes(int descriptor) {
     const pid_t child = fork();
     if (child == 0) {
         std::vector<fd_set> sets(static_cast<std::size_t>(descriptor / FD_SETSIZE + 1));
+        FD_SET(descriptor % FD_SETSIZE, &sets.back());
         timeval none = {};
         select(descriptor + 1, sets.data(), nullptr, nullptr, &none);
-        _exit(0);
+        _exit(7);
     }
     int status = 0;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status);
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 7;
 }
 
 } // namespace
