@@ -22,7 +22,7 @@ using testing::ElementsAre;
 
 namespace {
 
-class DirRemove : public testing::Test {
+class DirRemove : public MountingTest {
   protected:
     // A directory "outside" that has to stay as it is, and "d" with links to it.
     static void MakeLinkedTree() {
@@ -60,9 +60,6 @@ class DirRemove : public testing::Test {
                 errors.push_back(line);
         return errors;
     }
-
-    OwnMounts m_mounts; // before the log starts its thread
-    LogCapture m_log;
 };
 
 struct Remover {

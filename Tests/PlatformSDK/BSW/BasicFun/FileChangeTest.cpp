@@ -20,7 +20,7 @@ using testing::IsEmpty;
 
 namespace {
 
-class FileChange : public testing::Test {
+class FileChange : public MountingTest {
   protected:
     static unsigned ModeOf(const char *path) {
         struct stat status = {};
@@ -28,8 +28,6 @@ class FileChange : public testing::Test {
         return status.st_mode & 07777U;
     }
 
-    OwnMounts m_mounts; // before the log starts its thread
-    LogCapture m_log;
     const std::string m_bad = "E bad parameters!";
 };
 

@@ -17,11 +17,7 @@ namespace {
 
 constexpr int SMALL = 256 * 1024;
 
-class FileSpace : public testing::Test {
-  protected:
-    OwnMounts m_mounts; // before the log starts its thread
-    LogCapture m_log;
-};
+using FileSpace = MountingTest;
 
 #define MOUNT_OR_SKIP(path)                                                                                            \
     if (!m_mounts.MountTmpfs(path, SMALL))                                                                             \

@@ -1,5 +1,6 @@
 #include "FileSupport.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -119,9 +120,10 @@ OwnMounts::OwnMounts() {
     m_available = m_available && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-OwnMounts::~OwnMounts() {
+void OwnMounts::Unmount() {
     for (const std::string &path : m_mounted)
         umount2(path.c_str(), MNT_DETACH);
+    m_mounted.clear();
 }
 
 bool OwnMounts::MountTmpfs(const std::string &path, int bytes, const std::string &device) {

@@ -1,12 +1,14 @@
 // What the tests of the file functions need from the machine.
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <time.h>
+
+#include "Support/LogCapture.h"
 
 // Names a file system takes and programs stumble over.
 std::vector<std::string> OddNames();
@@ -29,17 +31,26 @@ int RunInOwnRoot(const std::string &root, const std::function<int()> &body);
 class OwnMounts {
   public:
     OwnMounts();
-    ~OwnMounts();
 
-    // False where the machine gives none.
-    bool Available() const { return m_available; }
-
-    // Mounts an empty file system of `bytes` at the directory `path`, until the end.
+    // Mounts an empty file system of `bytes` at the directory `path`; false where the
+    // machine does not let it.
     bool MountTmpfs(const std::string &path, int bytes, const std::string &device = "small");
+
+    // Takes every mount away, so that the scratch directory can go.
+    void Unmount();
 
   private:
     bool m_available = false;
     std::vector<std::string> m_mounted;
+};
+
+// A test that mounts file systems in its scratch directory, and what it logs.
+class MountingTest : public testing::Test {
+  protected:
+    void TearDown() override { m_mounts.Unmount(); }
+
+    OwnMounts m_mounts; // before the log starts its thread
+    LogCapture m_log;
 };
 
 // Interrupts the calling thread with a signal again and again while it lives.

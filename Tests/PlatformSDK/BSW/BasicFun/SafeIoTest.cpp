@@ -25,7 +25,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-class SafeIo : public testing::Test {
+class SafeIo : public MountingTest {
   protected:
     void SetUp() override { ASSERT_EQ(pipe2(m_pipe, O_CLOEXEC), 0); }
 
@@ -33,6 +33,7 @@ class SafeIo : public testing::Test {
         for (const int end : m_pipe)
             if (end >= 0)
                 close(end);
+        MountingTest::TearDown();
     }
 
     int ReadEnd() const { return m_pipe[0]; }
@@ -76,8 +77,6 @@ class SafeIo : public testing::Test {
         return bytes;
     }
 
-    OwnMounts m_mounts; // before the log starts its thread
-    LogCapture m_log;
     int m_pipe[2] = {-1, -1};
     const std::string m_bad = "E bad parameters!";
 };
