@@ -5,9 +5,11 @@
 #include <string>
 #include <thread>
 
+#include <linux/capability.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,7 +59,9 @@ int ResultWithoutTheRight() {
     if (child == 0) {
         const rlimit none = {0, 0};
         setrlimit(RLIMIT_RTPRIO, &none);
-        if (getuid() == 0 && setresuid(65534, 65534, 65534) != 0)
+        __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+        const __user_cap_data_struct noCapabilities[2] = {};
+        if (syscall(SYS_capset, &header, noCapabilities) != 0)
             _exit(255);
         _exit(SetThreadPriority(1));
     }
