@@ -1,5 +1,6 @@
 // The policy for the system bus, as it is delivered, tried by root, by a member of the
 // group audio and by a stranger.
+#include <fstream>
 #include <optional>
 
 #include <gmock/gmock.h>
@@ -15,6 +16,7 @@ using testing::HasSubstr;
 
 namespace {
 
+constexpr const char *DELIVERED = ZR_SOURCE_DIR "/Deploy/dbus/org.FpgaMng.server.conf";
 constexpr const char *NAME = "org.FpgaMng.server";
 constexpr const char *PATH = "/org/FpgaMng/object";
 constexpr const char *INTERFACE = "org.FpgaMng.interface";
@@ -40,8 +42,14 @@ class CtlPolicy : public testing::TestWithParam<std::string> {
         if (!CanBecomeOthers())
             GTEST_SKIP() << ONE_USER_ONLY;
         ASSERT_EQ(chmod(m_directory.Path().c_str(), 0711), 0);
-        m_bus.emplace(std::string(GetParam() == "Open" ? BusDaemon::OPEN_POLICY : SYSTEM_POLICY) +
-                      "\n<include>" ZR_SOURCE_DIR "/Deploy/dbus/org.FpgaMng.server.conf</include>");
+        StartBus(DELIVERED);
+    }
+
+    // Starts the bus, anew when it runs, with the policy in `file`.
+    void StartBus(const std::string &file) {
+        m_bus.reset();
+        m_bus.emplace(std::string(GetParam() == "Open" ? BusDaemon::OPEN_POLICY : SYSTEM_POLICY) + "\n<include>" +
+                      file + "</include>");
     }
 
     // The service's place on the bus, taken by the test.
@@ -87,7 +95,18 @@ class CtlPolicy : public testing::TestWithParam<std::string> {
     std::optional<BusClient> m_service;
 };
 
-TEST_P(CtlPolicy, OnlyRootOwnsTheName) {
+// The service's user is none of this machine's: a stranger stands for it.
+TEST_P(CtlPolicy, TheServicesUserOwnsTheName) {
+    std::string policy = ReadWholeFile(DELIVERED);
+    const std::string user = "user=\"zrfpgamng\"";
+    ASSERT_THAT(policy, HasSubstr(user));
+    policy.replace(policy.find(user), user.size(), "user=\"" + std::to_string(NOBODY) + "\"");
+    std::ofstream("service.conf") << policy;
+    StartBus(m_directory.Path() + "/service.conf");
+    EXPECT_EQ(Own(User::Stranger), "owner");
+}
+
+TEST_P(CtlPolicy, NobodyElseOwnsTheName) {
     EXPECT_THAT(Own(User::Stranger), HasSubstr("not allowed to own"));
     EXPECT_THAT(Own(User::AudioMember), HasSubstr("not allowed to own"));
     OwnName();

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr uid_t NOBODY = 65534;
-
 // Becomes `user` for the rest of this process. False when that is not allowed.
 bool Become(User user) {
     const group *audio = getgrnam("audio");

@@ -26,6 +26,7 @@ CtlEnd EndOf(ChildProcess &tool);
 
 // Somebody who is not root, with the group `audio` or without it.
 enum class User { Stranger, AudioMember };
+constexpr uid_t NOBODY = 65534; // the id of both
 
 // True when this process may become another user: root can, unless its user namespace has
 // no other id.
