@@ -57,8 +57,7 @@ void Service::Start(CardConfig config, ChildProcess::Environment environment,
     m_service = std::make_unique<ChildProcess>("service", command, environment);
 }
 
-void Service::StartStopped() {
-    CardConfig config;
+void Service::StartStopped(CardConfig config) {
     config.clockRunning = false;
     Start(config);
     for (const char *name : {"PcmWrite", "PcmRead", "NetSend", "NetRecv", "CZRIpc"})
@@ -112,7 +111,11 @@ void Service::FillPlayback() {
 }
 
 void Service::PlayOne(const DatagramSocket::Bytes &payload) {
-    ASSERT_TRUE(m_sender.SendTo(FROM_PEER, message::Make(0, payload)));
+    PlayMessage(message::Make(0, payload));
+}
+
+void Service::PlayMessage(const DatagramSocket::Bytes &msg) {
+    ASSERT_TRUE(m_sender.SendTo(FROM_PEER, msg));
     m_card.Advance(1); // makes room for one period
     ASSERT_TRUE(m_card.WaitForTap(CardSide::Playback, ++m_played, 10000));
 }

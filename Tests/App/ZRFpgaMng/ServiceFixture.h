@@ -34,7 +34,7 @@ class Service : public testing::Test {
 
     // Starts it with the card's clock standing still and waits until every thread runs:
     // periods pass only when the test says so.
-    void StartStopped();
+    void StartStopped(CardConfig config = {});
 
     // system.log of this run.
     std::vector<LogLine> Log() const;
@@ -54,6 +54,8 @@ class Service : public testing::Test {
     // Sends `payload`, moves the card one period ahead and waits until it has taken it.
     // After FillPlayback: the card's buffer stays full, however slow the service is.
     void PlayOne(const DatagramSocket::Bytes &payload);
+    // The same with a whole message.
+    void PlayMessage(const DatagramSocket::Bytes &msg);
 
     // The words of period number `sequence` that the service wrote to the card.
     std::array<uint32_t, CARD_PERIOD_WORDS> Played(uint64_t sequence) const;
