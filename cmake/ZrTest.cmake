@@ -2,7 +2,8 @@
 # A GoogleTest program; every test case runs in a process of its own, so that the
 # singletons and the log start fresh. BRIDGE: starts bridge threads, which end only
 # with the process. LOCK: uses the service's fixed paths, one at a time. SERIAL:
-# depends on timing, runs alone.
+# depends on timing, runs alone. In a cross-build the tests run under the emulator, except
+# those that Tests/Emulated/left-out.txt names.
 function(zr_add_test name)
   cmake_parse_arguments(ARG "BRIDGE;LOCK;SERIAL" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
   if(NOT ARG_TIMEOUT)
@@ -16,6 +17,13 @@ function(zr_add_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} zr_test_support GTest::gmock)
+  set(prefix "${name}.")
+  if(CMAKE_CROSSCOMPILING) # slower, and with a name of its own beside the tests of other build trees
+    target_link_libraries(${name} PRIVATE zr_exec_under_emulator)
+    target_link_options(${name} PRIVATE LINKER:--wrap=execv)
+    math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 3")
+    set(prefix "board.${name}.")
+  endif()
   set(properties TIMEOUT ${ARG_TIMEOUT})
   if(ARG_LOCK)
     list(APPEND properties RESOURCE_LOCK service_paths)
@@ -23,5 +31,8 @@ function(zr_add_test name)
   if(ARG_SERIAL)
     list(APPEND properties RUN_SERIAL TRUE)
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+  gtest_discover_tests(${name} TEST_PREFIX ${prefix} DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+  if(CMAKE_CROSSCOMPILING)
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${CMAKE_SOURCE_DIR}/Tests/Emulated/LeftOut.cmake)
+  endif()
 endfunction()

@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Emulation/Startable.h"
 #include "Support/ScratchDir.h"
 
 namespace {
@@ -53,7 +54,8 @@ void RedirectTo(const std::string &path, int target) {
 ChildProcess::ChildProcess(std::string name, const std::vector<std::string> &argv, const Environment &environment)
     : m_outPath(std::filesystem::absolute(name + ".out")), m_errPath(std::filesystem::absolute(name + ".err")) {
     const std::vector<std::string> assignments = MergedEnvironment(environment);
-    const std::vector<char *> arguments = Pointers(argv);
+    const std::vector<std::string> words = zr_startable(argv);
+    const std::vector<char *> arguments = Pointers(words);
     const std::vector<char *> variables = Pointers(assignments);
 
     // The child calls nothing that takes memory: another thread of the test may hold the heap's lock.

@@ -21,7 +21,8 @@ class ChildProcess {
 
     // Starts `argv[0]` with stdout and stderr in the files `name`.out and `name`.err of
     // the working directory. `environment` is set on top of the test's own. The child
-    // dies with the test.
+    // dies with the test. A program of the build is started by the emulator where the test
+    // itself runs under one.
     ChildProcess(std::string name, const std::vector<std::string> &argv, const Environment &environment = {});
 
     // Kills (SIGKILL) and collects the child if it still runs.

@@ -14,6 +14,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Emulation/Startable.h"
+
 namespace {
 
 constexpr int FIFO_PRIORITY = 20;
@@ -72,7 +74,8 @@ DeskChild::~DeskChild() {
 
 bool DeskChild::Start(const DeskChildSpec &spec) {
     std::vector<char *> arguments;
-    for (const std::string &argument : spec.argv)
+    const std::vector<std::string> words = zr_startable(spec.argv);
+    for (const std::string &argument : words)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);
     const pid_t parent = getpid();

@@ -15,7 +15,7 @@ namespace {
 constexpr int START_MS = 20000;                          // for a process to come up, sanitizers included
 constexpr int DRAIN_MS = 3000;                           // for what is under way at the end
 constexpr int SETTLE_MS = 300;                           // of undisturbed audio before the measuring
-constexpr uint64_t LEAD_FRAMES = 16 * DESK_BLOCK_FRAMES; // windows open and close this far ahead
+constexpr uint64_t LEAD_FRAMES = 64 * DESK_BLOCK_FRAMES; // windows open and close this far ahead
 constexpr uint64_t BACKLOG_FRAMES = 2 * DESK_BLOCK_FRAMES;
 constexpr int RECORD_SECONDS = 10;            // at most
 constexpr int64_t REPORT_NS = 60'000'000'000; // between the reports of an endless run

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "CtlProgram.h"
+#include "Emulation/Startable.h"
 #include "Sound/SoundFile.h"
 #include "Support/ScratchDir.h"
 #include "Support/WaitUntil.h"
@@ -45,6 +46,14 @@ void ExpectChannel(const Samples &samples, int channel, int frames) {
 
 CtlEnd RunTool(const std::vector<std::string> &arguments) {
     return RunCtl("unix:path=/nowhere/bus", arguments);
+}
+
+// What starts zrctl in a shell.
+std::string CtlWords() {
+    std::string words;
+    for (const std::string &word : zr_startable({ZRCTL}))
+        words += word + " ";
+    return words;
 }
 
 // Runs a command of the system; its exit status.
@@ -115,7 +124,7 @@ TEST_F(CtlFiles, LevelsNameSilentAndClippedChannels) {
 TEST_F(CtlFiles, AFullStandardOutputIsAFailure) {
     WriteRecording("take.pcm", 10);
     std::string output;
-    EXPECT_EQ(Shell(std::string(ZRCTL) + " levels take.pcm >/dev/full", &output), 1);
+    EXPECT_EQ(Shell(CtlWords() + " levels take.pcm >/dev/full", &output), 1);
     EXPECT_THAT(output, HasSubstr("standard output"));
 }
 
@@ -128,8 +137,7 @@ TEST_F(CtlFiles, LogByLevelWithoutColours) {
     EXPECT_EQ(RunTool({"log", "--log-file", "system.log", "--lines", "1"}).output,
               "[12:34:56,791] [W][A.cpp:   3] three\n");
     std::string onTerminal;
-    Shell(std::string("script -qec '") + ZRCTL + " log --log-file system.log --level E' /dev/null </dev/null",
-          &onTerminal);
+    Shell("script -qec '" + CtlWords() + " log --log-file system.log --level E' /dev/null </dev/null", &onTerminal);
     EXPECT_THAT(onTerminal, HasSubstr("\033[1;31mtwo\033[0m"));
 }
 
@@ -148,8 +156,11 @@ TEST_F(CtlFiles, LogFollowsOverRollingUntilInterrupted) {
                           "[12:34:56,791] [D][A.cpp:   3] three\n");
 }
 
-TEST_F(CtlFiles, NoLogAndNoRightToReadIt) {
+TEST_F(CtlFiles, NoLog) {
     EXPECT_EQ(RunTool({"log", "--log-file", "none"}).status, 7);
+}
+
+TEST_F(CtlFiles, NoRightToReadTheLog) {
     std::ofstream("system.log").close();
     ASSERT_EQ(chmod("system.log", 0000), 0); // nothing to root
     ASSERT_EQ(chmod(m_directory.Path().c_str(), 0711), 0);
