@@ -31,3 +31,8 @@ std::vector<std::string> zr_startable(std::vector<std::string> argv) {
         argv.insert(argv.begin(), emulator);
     return argv;
 }
+
+std::string zr_startable_text(const std::string &program) {
+    const std::vector<std::string> words = zr_startable({program});
+    return words.size() == 1 ? program : words[0] + " " + program;
+}

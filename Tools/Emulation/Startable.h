@@ -9,3 +9,6 @@
 // in front, since the machine cannot start it by itself. Programs looked up in PATH are the
 // machine's. Any thread.
 std::vector<std::string> zr_startable(std::vector<std::string> argv);
+
+// The same for a shell: the beginning of a command that starts `program`.
+std::string zr_startable_text(const std::string &program);

@@ -48,14 +48,6 @@ CtlEnd RunTool(const std::vector<std::string> &arguments) {
     return RunCtl("unix:path=/nowhere/bus", arguments);
 }
 
-// What starts zrctl in a shell.
-std::string CtlWords() {
-    std::string words;
-    for (const std::string &word : zr_startable({ZRCTL}))
-        words += word + " ";
-    return words;
-}
-
 // Runs a command of the system; its exit status.
 int Shell(const std::string &command, std::string *output = nullptr) {
     ChildProcess shell("shell", {"bash", "-c", command});
@@ -124,7 +116,7 @@ TEST_F(CtlFiles, LevelsNameSilentAndClippedChannels) {
 TEST_F(CtlFiles, AFullStandardOutputIsAFailure) {
     WriteRecording("take.pcm", 10);
     std::string output;
-    EXPECT_EQ(Shell(CtlWords() + " levels take.pcm >/dev/full", &output), 1);
+    EXPECT_EQ(Shell(zr_startable_text(ZRCTL) + " levels take.pcm >/dev/full", &output), 1);
     EXPECT_THAT(output, HasSubstr("standard output"));
 }
 
@@ -137,7 +129,8 @@ TEST_F(CtlFiles, LogByLevelWithoutColours) {
     EXPECT_EQ(RunTool({"log", "--log-file", "system.log", "--lines", "1"}).output,
               "[12:34:56,791] [W][A.cpp:   3] three\n");
     std::string onTerminal;
-    Shell("script -qec '" + CtlWords() + " log --log-file system.log --level E' /dev/null </dev/null", &onTerminal);
+    Shell("script -qec '" + zr_startable_text(ZRCTL) + " log --log-file system.log --level E' /dev/null </dev/null",
+          &onTerminal);
     EXPECT_THAT(onTerminal, HasSubstr("\033[1;31mtwo\033[0m"));
 }
 

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "BSW/BasicFun/Function.h"
+#include "Emulation/Startable.h"
 #include "Support/ChildProcess.h"
 #include "Support/LogCapture.h"
 #include "Support/ScratchDir.h"
@@ -38,8 +39,10 @@ struct ChildResult {
 
 // Runs function_child, with `wrapper` in front of it.
 ChildResult RunChild(Texts wrapper, const Texts &arguments) {
-    wrapper.push_back(ZR_BINARY_DIR "/bin/function_child");
-    wrapper.insert(wrapper.end(), arguments.begin(), arguments.end());
+    Texts program = {ZR_BINARY_DIR "/bin/function_child"};
+    program.insert(program.end(), arguments.begin(), arguments.end());
+    program = zr_startable(program);
+    wrapper.insert(wrapper.end(), program.begin(), program.end());
     ChildProcess child("child", wrapper);
     ChildResult result;
     result.status = child.Wait(CHILD_TIMEOUT_MS);
@@ -67,8 +70,9 @@ bool CouldNot(const ChildResult &result) {
 }
 
 int CallThreeDeep(int depth, std::string &trace) {
+    int (*const volatile next)(int, std::string &) = CallThreeDeep; // no optimiser folds the calls
     if (depth > 0)
-        return CallThreeDeep(depth - 1, trace) + 1;
+        return next(depth - 1, trace) + 1;
     trace = GetBackTrace();
     return 0;
 }
