@@ -27,7 +27,7 @@ int XDeleteFile(const char *path) {
     return 0;
 }
 
-int DeleteFile(const char *path) {
+int DeleFile(const char *path) {
     if (!XDeleteFile(path))
         return 0;
     LogName name(path);

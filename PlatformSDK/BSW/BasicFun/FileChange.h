@@ -9,7 +9,7 @@ extern "C" {
 int XDeleteFile(const char *path);
 
 // The same, and logs "Delete File" with the path when it is done.
-int DeleteFile(const char *path);
+int DeleFile(const char *path);
 
 // Renames a file or directory within one file system. What has the new name already is
 // replaced: a file by a file, an empty directory by a directory.

@@ -40,7 +40,7 @@ TEST_F(FileChange, FilesOfAnyNameAreDeleted) {
         EXPECT_FALSE(fs::exists(name)) << name;
         WriteFile(name);
         m_log.Clear();
-        EXPECT_EQ(DeleteFile(name.c_str()), 1) << name;
+        EXPECT_EQ(DeleFile(name.c_str()), 1) << name;
         EXPECT_FALSE(fs::exists(name)) << name;
         EXPECT_THAT(m_log.Texts(), ElementsAre("D Delete File " + name + "\n"));
     }
@@ -49,7 +49,7 @@ TEST_F(FileChange, FilesOfAnyNameAreDeleted) {
 TEST_F(FileChange, ALinkIsDeletedItself) {
     WriteFile("file");
     fs::create_symlink("file", "link");
-    EXPECT_EQ(DeleteFile("link"), 1);
+    EXPECT_EQ(DeleFile("link"), 1);
     EXPECT_TRUE(fs::exists("file"));
     EXPECT_FALSE(fs::is_symlink("link"));
 }
@@ -58,10 +58,10 @@ TEST_F(FileChange, WhatCannotBeDeletedIsReported) {
     fs::create_directory("d");
     WriteFile("d/file");
     EXPECT_EQ(XDeleteFile("d"), 0);
-    EXPECT_EQ(DeleteFile("100%s"), 0);
+    EXPECT_EQ(DeleFile("100%s"), 0);
     EXPECT_EQ(XDeleteFile(nullptr), 0);
-    EXPECT_EQ(DeleteFile(nullptr), 0);
-    EXPECT_EQ(DeleteFile(std::string(5000, 'x').c_str()), 0);
+    EXPECT_EQ(DeleFile(nullptr), 0);
+    EXPECT_EQ(DeleFile(std::string(5000, 'x').c_str()), 0);
     chmod("d", 0);
     EXPECT_EQ(RunAsOrdinaryUser([] { return XDeleteFile("d/file"); }), 0);
     chmod("d", 0755);

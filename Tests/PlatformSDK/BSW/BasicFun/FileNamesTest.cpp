@@ -46,7 +46,7 @@ const Name C_NAMES[] = {
     NAME(MakeDir, int (*)(const char *)),
     NAME(ClearDir, int (*)(const char *)),
     NAME(DeleDir, int (*)(const char *)),
-    NAME(DeleteFile, int (*)(const char *)),
+    NAME(DeleFile, int (*)(const char *)),
     NAME(ReName, int (*)(const char *, const char *)),
     NAME(ReadLine, int (*)(FILE *, char *, int)),
     NAME(GetTotalSpace, long long (*)(const char *)),
