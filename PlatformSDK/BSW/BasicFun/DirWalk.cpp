@@ -77,12 +77,13 @@ bool OpenWalk(int directory, tagDIR_CTX &ctx) {
 } // namespace
 
 int XFindFirstFile(const char *path, tagDIR_CTX *ctx, tagXFileFindData *data) {
+    if (ctx)
+        *ctx = {};
     if (!path || !ctx || !data || strlen(path) >= sizeof ctx->path) {
         LOG_ERR("bad parameters!");
         errno = EINVAL;
         return 0;
     }
-    *ctx = {};
     snprintf(ctx->path, sizeof ctx->path, "%s", path);
     return FindFirstIn(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC), *ctx, *data);
 }

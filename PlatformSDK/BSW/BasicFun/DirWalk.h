@@ -39,8 +39,8 @@ extern "C" {
 // and fills `data` with its first entry. Entries come in the file system's order, "." and
 // ".." among them. What `ctx` holds before does not matter.
 // 1: `ctx` is open and has to be closed with XCloseFindFile. 0, with a line in the log:
-// bad parameters, or it cannot be opened or read; nothing is open then. (0 with errno 0 and
-// no line: a file system that lists not even "." in it.)
+// bad parameters, or it cannot be opened or read; nothing is open then, as `ctx` says with
+// its null. (0 with errno 0 and no line: a file system that lists not even "." in it.)
 int XFindFirstFile(const char *path, tagDIR_CTX *ctx, tagXFileFindData *data);
 
 // Fills `data` with the next entry. An entry that vanishes meanwhile is left out; one whose

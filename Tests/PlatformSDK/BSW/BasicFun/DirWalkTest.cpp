@@ -146,6 +146,20 @@ TEST_F(DirWalk, BadParametersAreRefused) {
     EXPECT_EQ(m_log.Texts(), std::vector<std::string>(7, "E bad parameters!"));
 }
 
+// Somebody may close it all the same.
+TEST_F(DirWalk, AWalkThatDoesNotBeginIsNotOpen) {
+    const std::string tooLong(256, 'x');
+    for (const char *path : {static_cast<const char *>(nullptr), tooLong.c_str(), "missing"}) {
+        memset(&m_walk, 0x5a, sizeof m_walk);
+        EXPECT_EQ(XFindFirstFile(path, &m_walk, &m_entry), 0);
+        EXPECT_EQ(m_walk.dir_ctx, nullptr);
+        EXPECT_EQ(XCloseFindFile(&m_walk, true), 0);
+    }
+    memset(&m_walk, 0x5a, sizeof m_walk);
+    EXPECT_EQ(XFindFirstFile(".", &m_walk, nullptr), 0);
+    EXPECT_EQ(m_walk.dir_ctx, nullptr);
+}
+
 TEST_F(DirWalk, APathHas255Characters) {
     std::string path = ".";
     while (path.size() < 255)
