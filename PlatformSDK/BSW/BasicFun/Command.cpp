@@ -22,14 +22,18 @@ bool IsEmpty(const char *text) {
     return !text || *text == '\0';
 }
 
-std::string Format(const char *fmt, va_list args) {
+// Puts the formatted text behind `command`. False with errno when it cannot be formatted.
+bool AppendFormatted(std::string &command, const char *fmt, va_list args) {
     va_list copy;
     va_copy(copy, args);
     const int length = vsnprintf(nullptr, 0, fmt, copy);
     va_end(copy);
-    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+    if (length < 0)
+        return false;
+    std::string text(static_cast<std::size_t>(length), '\0');
     vsnprintf(text.data(), text.size() + 1, fmt, args);
-    return text;
+    command += " " + text;
+    return true;
 }
 
 // As waitpid, whatever signals arrive.
@@ -106,8 +110,13 @@ int ExecCommand2(const char *program, const char *fmt, ...) {
     if (fmt) {
         va_list args;
         va_start(args, fmt);
-        command += " " + Format(fmt, args);
+        const bool formatted = AppendFormatted(command, fmt, args);
         va_end(args);
+        if (!formatted) {
+            LogName shown(program);
+            LOG_ERR("ExecCommand2 format %s error! %m", shown.Next());
+            return -1;
+        }
     }
     return RunShell(std::move(command));
 }

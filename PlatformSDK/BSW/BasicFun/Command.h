@@ -20,8 +20,9 @@ int ExecCommand(const char *cmd);
 // Runs `program` with the arguments that `fmt` makes, as the text "program arguments",
 // through "/bin/sh -c", and blocks until it has ended. The shell sees whatever is in that
 // text. With a null `fmt` there are no arguments. The exit status, which is 127 when the
-// shell finds no such program; -1, after an error line, for a null or empty program, when
-// the shell cannot be started, a signal ended it, or its status cannot be had.
+// shell finds no such program; -1, after an error line, for a null or empty program, a text
+// that cannot be formatted, when the shell cannot be started, a signal ended it, or its
+// status cannot be had.
 int ExecCommand2(const char *program, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 
 // Starts `file` (looked for in PATH) as a child with the arguments that follow, as execlp

@@ -1,6 +1,8 @@
 // The output of a shell command. Runs on the thread that owns the object.
 #include "BSW/BasicFun/CommandPipe.h"
 
+#include "BSW/BasicFun/SafeIo.h"
+
 CommandPipe::CommandPipe(const char *cmd) : m_output(popen(cmd, "r")) {}
 
 CommandPipe::~CommandPipe() {
@@ -9,7 +11,15 @@ CommandPipe::~CommandPipe() {
 }
 
 bool CommandPipe::ReadPiece(char *piece, int size) {
-    return fgets(piece, size, m_output);
+    int length = 0;
+    for (int c = 0; length < size - 1 && c != '\n';) {
+        c = NextChar(m_output);
+        if (c == EOF)
+            break;
+        piece[length++] = static_cast<char>(c);
+    }
+    piece[length] = '\0';
+    return length > 0;
 }
 
 bool CommandPipe::ReadLine(std::string &line) {

@@ -19,7 +19,8 @@ class CommandPipe {
     bool IsOpen() const { return m_output; }
 
     // The next line into `piece`, at most `size` - 1 characters of it, with its line
-    // break if that fits. Blocks until there is one. False at the end.
+    // break if that fits. Blocks until there is one, whatever signals arrive. False at
+    // the end.
     bool ReadPiece(char *piece, int size);
 
     // The next line, however long, without its line break. Blocks until there is one.

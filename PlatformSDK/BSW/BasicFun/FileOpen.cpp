@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "BSW/BasicFun/LogName.h"
+#include "BSW/BasicFun/SafeIo.h"
 #include "BSW/Log/Log.h"
 
 namespace {
@@ -43,16 +44,6 @@ FILE *OpenForReading(const char *path) {
     if (!file && descriptor >= 0)
         close(descriptor);
     return file;
-}
-
-// The next character; a signal does not end the wait for it.
-int NextChar(FILE *file) {
-    int c = getc_unlocked(file);
-    while (c == EOF && ferror_unlocked(file) && errno == EINTR) {
-        clearerr_unlocked(file);
-        c = getc_unlocked(file);
-    }
-    return c;
 }
 
 // True when there was a line or the rest of one. `line` is terminated in any case.

@@ -57,3 +57,12 @@ long FullWrite(int fd, const unsigned char *buffer, unsigned long count) {
     }
     return static_cast<long>(written);
 }
+
+int NextChar(FILE *file) {
+    int c = getc_unlocked(file);
+    while (c == EOF && ferror_unlocked(file) && errno == EINTR) {
+        clearerr_unlocked(file);
+        c = getc_unlocked(file);
+    }
+    return c;
+}

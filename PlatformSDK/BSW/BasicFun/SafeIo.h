@@ -2,6 +2,8 @@
 // descriptor does.
 #pragma once
 
+#include <cstdio>
+
 extern "C" {
 
 // One read of up to `count` bytes into `buffer`, repeated while it fails with EINTR. Bytes
@@ -16,3 +18,7 @@ long SafeWrite(int fd, const unsigned char *buffer, unsigned long count);
 // failed after the first (errno says why), or -1 when it failed before anything was written.
 long FullWrite(int fd, const unsigned char *buffer, unsigned long count);
 }
+
+// The next character of `file`, or EOF; a signal does not end the wait for it. The caller
+// holds the stream's lock or is alone with it. Internal to the basic functions.
+int NextChar(FILE *file);

@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Alarms.h"
 #include "BSW/BasicFun/Function.h"
 #include "Support/LogCapture.h"
 #include "Support/ScratchDir.h"
@@ -90,6 +91,11 @@ TEST_F(ResultTest, ALongOutputIsCutAndReadToItsEnd) {
     EXPECT_TRUE(std::filesystem::exists("far"));
 }
 
+TEST_F(ResultTest, SignalsDoNotEndTheOutput) {
+    const Alarms alarms;
+    EXPECT_EQ(ResultOf("printf one; sleep 0.3; echo two; sleep 0.3; echo three"), "onetwo\nthree\n");
+}
+
 TEST_F(ResultTest, NullAndNoPipeAreRefused) {
     EXPECT_EQ(ExecuteCmdAndGetResult("echo text", nullptr), -1);
     EXPECT_EQ(ResultOf(nullptr, -1), "");
@@ -135,6 +141,15 @@ TEST_F(ExecCommand2Test, WhatTheSystemRefusesIsReported) {
     EXPECT_EQ(ExecCommand2(nullptr, "%d", 1), -1);
     EXPECT_EQ(ExecCommand2("", "%d", 1), -1);
     EXPECT_EQ(Logged(), (Texts{"E ExecCommand2: no program", "E ExecCommand2: no program"}));
+}
+
+// The program alone could do anything but what was meant.
+TEST_F(ExecCommand2Test, ATextThatCannotBeFormattedIsNotRun) {
+    const wchar_t notInThisLocale[] = {0x4e2d, 0};
+    EXPECT_EQ(ExecCommand2("touch made;", "%ls", notInThisLocale), -1);
+    EXPECT_FALSE(std::filesystem::exists("made"));
+    ASSERT_EQ(Logged().size(), 1U);
+    EXPECT_EQ(Logged()[0].substr(0, 35), "E ExecCommand2 format touch made; e");
 }
 
 TEST_F(ExecCommand2Test, AStatusThatTheSystemThrowsAwayIsReported) {

@@ -4,30 +4,10 @@
 #include <cerrno>
 #include <cstdint>
 
-#include <signal.h>
-#include <sys/time.h>
-
+#include "Alarms.h"
 #include "BSW/BasicFun/Function.h"
 
 namespace {
-
-// SIGALRM every 50 ms from now on, until the object goes.
-class Alarms {
-  public:
-    Alarms() {
-        struct sigaction action = {};
-        action.sa_handler = [](int) {};
-        sigaction(SIGALRM, &action, nullptr);
-        Set(50000);
-    }
-    ~Alarms() { Set(0); }
-
-  private:
-    static void Set(suseconds_t microSeconds) {
-        const itimerval interval = {{0, microSeconds}, {0, microSeconds}};
-        setitimer(ITIMER_REAL, &interval, nullptr);
-    }
-};
 
 // Runs `sleep`; true when it took at least `ms` milliseconds and gave 0.
 template <typename Sleep> bool TakesAtLeast(std::uint64_t ms, Sleep sleep) {

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include <signal.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Alarms.h"
 #include "BSW/BasicFun/Function.h"
 #include "Support/LogCapture.h"
 
@@ -72,16 +72,10 @@ TEST_F(WaitQuitTest, AStopAndAContinuationDoNotEndTheWait) {
 }
 
 TEST_F(WaitQuitTest, OtherSignalsDoNotEndTheWait) {
-    struct sigaction action = {};
-    action.sa_handler = [](int) {}; // without SA_RESTART
-    sigaction(SIGALRM, &action, nullptr);
-    const itimerval often = {{0, 10000}, {0, 10000}};
-    setitimer(ITIMER_REAL, &often, nullptr);
+    const Alarms alarms;
     int status = -1;
     EXPECT_EQ(XWaitProgressQuit(ExecCommandBackground("sleep", "sleep", "0.3", nullptr), status), 0);
     EXPECT_EQ(ExecCommand2("sleep", "0.3"), 0);
-    const itimerval never = {};
-    setitimer(ITIMER_REAL, &never, nullptr);
     EXPECT_EQ(Logged(), Texts{"D exited, status=0\n"});
 }
 
