@@ -71,8 +71,12 @@ ZR_S32 zr_create_local_udpsvr(ZR_S8 *svrPath, bool bRecv) {
 }
 
 ZR_S32 zr_local_udp_send(ZR_S32 handle, ZR_U8 *pu8SvrPath, ZR_U8 *pu8Data, ZR_U32 u32Len) {
-    if (!pu8Data || !pu8SvrPath)
+    if (!pu8Data) // without a message
         return -1;
+    if (!pu8SvrPath) {
+        LOG_ERR("bad parameters!");
+        return -1;
+    }
     const char *path = reinterpret_cast<const char *>(pu8SvrPath);
     const sockaddr_un address = MakePathAddress(path);
     const ssize_t sent = sendto(handle, pu8Data, u32Len, 0, Generic(address), sizeof(address));

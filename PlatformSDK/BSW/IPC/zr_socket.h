@@ -40,7 +40,7 @@ ZR_S32 zr_create_local_udpsvr(ZR_S8 *svrPath, bool bRecv);
 
 // Sends one datagram of `u32Len` bytes to the socket bound at `pu8SvrPath` (lengths as
 // above); blocks while that socket's queue is full; an interrupting signal is a failure then.
-// `u32Len`, or -1; null data or a null path is -1 without a message.
+// `u32Len`, or -1; null data is -1 without a message.
 ZR_S32 zr_local_udp_send(ZR_S32 handle, ZR_U8 *pu8SvrPath, ZR_U8 *pu8Data, ZR_U32 u32Len);
 
 // Receives one datagram into `pu8Data`; what is beyond `u32Len` bytes is lost. Blocks

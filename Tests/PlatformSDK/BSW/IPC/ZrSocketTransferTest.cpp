@@ -76,11 +76,17 @@ TEST_F(ZrSocketTransfer, SendsOneDatagram) {
     EXPECT_THAT(m_log.Texts(), IsEmpty());
 }
 
-TEST_F(ZrSocketTransfer, SendRefusesNullSilently) {
-    ZR_U8 path[] = "a.sock", byte = 0;
+TEST_F(ZrSocketTransfer, SendRefusesNullDataSilently) {
+    ZR_U8 path[] = "a.sock";
     EXPECT_EQ(zr_local_udp_send(m_sender, path, nullptr, 1), -1);
-    EXPECT_EQ(zr_local_udp_send(m_sender, nullptr, &byte, 1), -1);
+    EXPECT_EQ(zr_local_udp_send(m_sender, nullptr, nullptr, 1), -1);
     EXPECT_THAT(m_log.Texts(), IsEmpty());
+}
+
+TEST_F(ZrSocketTransfer, SendReportsANullPath) {
+    ZR_U8 byte = 0;
+    EXPECT_EQ(zr_local_udp_send(m_sender, nullptr, &byte, 1), -1);
+    EXPECT_THAT(m_log.Texts(), ElementsAre("E bad parameters!"));
 }
 
 TEST_F(ZrSocketTransfer, SendReportsAbsentPeers) {
