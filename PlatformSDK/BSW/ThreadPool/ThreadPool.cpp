@@ -15,7 +15,7 @@ namespace {
 
 constexpr int MAX_COUNT = 26;
 constexpr int NAME_LENGTH = 63;
-constexpr long NAME_WAIT_NS = 500000000; // for all workers of a pool together
+constexpr int NAME_WAIT_S = 3; // for all workers of a pool together
 
 enum Result {
     BAD_ARGUMENT = -1,
@@ -147,9 +147,7 @@ bool StartWorker(PoolRecord *pool, const char *name, int index) {
 timespec NameDeadline() {
     timespec deadline = {};
     clock_gettime(CLOCK_MONOTONIC, &deadline);
-    deadline.tv_nsec += NAME_WAIT_NS;
-    deadline.tv_sec += deadline.tv_nsec / 1000000000;
-    deadline.tv_nsec %= 1000000000;
+    deadline.tv_sec += NAME_WAIT_S;
     return deadline;
 }
 

@@ -34,8 +34,8 @@ extern "C" {
 // `queue_size` slots. Both are meant to lie in 1..26. Outside of it the field of that
 // name says 26, while as many workers are started as were asked for: none for 0 and
 // less.
-// Waits a moment for each worker to take its name; one that starts later than that (half
-// a second for all of them together) may carry the name of a later one.
+// Waits for each worker to take its name, which takes it a moment; one that starts later
+// than that (three seconds for all of them together) may carry the name of a later one.
 // The pool, or null when memory, a lock or a thread cannot be had. DestroyThreadPool
 // frees it.
 ThreadPool_t *CreateThreadPool(int thread_count, int queue_size, const char *name);
