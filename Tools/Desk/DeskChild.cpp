@@ -43,7 +43,7 @@ void RedirectOutput(const std::string &path) {
         _exit(NOT_STARTED);
 }
 
-[[noreturn]] void Become(const DeskChildSpec &spec, std::vector<char *> &arguments, pid_t parent) {
+[[noreturn]] void Become(const DeskChildCommand &command, std::vector<char *> &arguments, pid_t parent) {
     setsid();
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
@@ -51,13 +51,13 @@ void RedirectOutput(const std::string &path) {
     ResetSignals();
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
-    if (!spec.outputPath.empty())
-        RedirectOutput(spec.outputPath);
-    if (spec.keptDescriptor >= 0)
-        fcntl(spec.keptDescriptor, F_SETFD, 0);
-    for (const auto &[variable, value] : spec.environment)
+    if (!command.outputPath.empty())
+        RedirectOutput(command.outputPath);
+    if (command.keptDescriptor >= 0)
+        fcntl(command.keptDescriptor, F_SETFD, 0);
+    for (const auto &[variable, value] : command.environment)
         setenv(variable.c_str(), value.c_str(), 1);
-    if (spec.urgent)
+    if (command.urgent)
         RaisePriority();
     execvp(arguments[0], arguments.data());
     _exit(NOT_STARTED);
@@ -72,16 +72,16 @@ DeskChild::~DeskChild() {
         close(m_pidfd);
 }
 
-bool DeskChild::Start(const DeskChildSpec &spec) {
+bool DeskChild::Start(const DeskChildCommand &command) {
     std::vector<char *> arguments;
-    const std::vector<std::string> words = zr_startable(spec.argv);
+    const std::vector<std::string> words = zr_startable(command.argv);
     for (const std::string &argument : words)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);
     const pid_t parent = getpid();
     m_pid = fork();
     if (m_pid == 0)
-        Become(spec, arguments, parent);
+        Become(command, arguments, parent);
     if (m_pid > 0)
         m_pidfd = static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0));
     return m_pid > 0;

@@ -8,7 +8,7 @@
 
 #include <sys/types.h>
 
-struct DeskChildSpec {
+struct DeskChildCommand {
     std::vector<std::string> argv;                                // argv[0] is looked up in PATH
     std::vector<std::pair<std::string, std::string>> environment; // on top of the runner's own
     std::string outputPath;  // standard output and error go there; empty: the runner's own
@@ -25,7 +25,7 @@ class DeskChild {
     DeskChild &operator=(const DeskChild &) = delete;
 
     // Starts it in a session of its own, without core dumps. False when it cannot be started.
-    bool Start(const DeskChildSpec &spec);
+    bool Start(const DeskChildCommand &command);
 
     bool IsStarted() const { return m_pid > 0; }
     pid_t Pid() const { return m_pid; }

@@ -39,12 +39,12 @@ DeskOperator::DeskOperator(std::string program, std::string busAddress, std::str
 
 bool DeskOperator::_Start(DeskChild &child, const std::vector<std::string> &arguments,
                           const std::string &outputPath) const {
-    DeskChildSpec spec;
-    spec.argv = {m_program};
-    spec.argv.insert(spec.argv.end(), arguments.begin(), arguments.end());
-    spec.environment = {{"DBUS_SYSTEM_BUS_ADDRESS", m_busAddress}};
-    spec.outputPath = outputPath;
-    return child.Start(spec);
+    DeskChildCommand command;
+    command.argv = {m_program};
+    command.argv.insert(command.argv.end(), arguments.begin(), arguments.end());
+    command.environment = {{"DBUS_SYSTEM_BUS_ADDRESS", m_busAddress}};
+    command.outputPath = outputPath;
+    return child.Start(command);
 }
 
 std::string DeskOperator::_Ask(const std::vector<std::string> &arguments) {

@@ -101,26 +101,26 @@ bool DeskRun::_PrepareCard() {
 }
 
 bool DeskRun::_StartPeer() {
-    DeskChildSpec spec;
-    spec.argv = {m_options.ownPath, "peer",
-                 "--memory",        std::to_string(m_memory.Descriptor()),
-                 "--voices",        m_folder.Path(),
-                 "--out",           m_options.out + "/peer",
-                 "--speed",         std::to_string(m_options.speed)};
-    spec.keptDescriptor = m_memory.Descriptor();
-    spec.urgent = true;
-    if (!m_peer.Start(spec))
+    DeskChildCommand command;
+    command.argv = {m_options.ownPath, "peer",
+                    "--memory",        std::to_string(m_memory.Descriptor()),
+                    "--voices",        m_folder.Path(),
+                    "--out",           m_options.out + "/peer",
+                    "--speed",         std::to_string(m_options.speed)};
+    command.keptDescriptor = m_memory.Descriptor();
+    command.urgent = true;
+    if (!m_peer.Start(command))
         return _Failed("the peer cannot be started");
     return _WaitFor("the peer", START_MS, [this] { return m_memory.Shared().ready.load(); });
 }
 
 bool DeskRun::_StartService() {
-    DeskChildSpec spec;
-    spec.argv = {m_options.servicePath};
-    spec.environment = {{"ALSA_CONFIG_PATH", m_configPath}, {"DBUS_SYSTEM_BUS_ADDRESS", m_bus.Address()}};
-    spec.outputPath = m_options.out + "/service.txt";
-    spec.urgent = true;
-    return m_service.Start(spec) || _Failed("the service cannot be started");
+    DeskChildCommand command;
+    command.argv = {m_options.servicePath};
+    command.environment = {{"ALSA_CONFIG_PATH", m_configPath}, {"DBUS_SYSTEM_BUS_ADDRESS", m_bus.Address()}};
+    command.outputPath = m_options.out + "/service.txt";
+    command.urgent = true;
+    return m_service.Start(command) || _Failed("the service cannot be started");
 }
 
 // The frame behind the last period that the service captured, 0 before the first.

@@ -69,10 +69,10 @@ bool PrivateBus::Start(const std::string &directory, const std::string &logPath,
         error = configuration + " could not be written";
         return false;
     }
-    DeskChildSpec spec;
-    spec.argv = {"dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + configuration};
-    spec.outputPath = logPath;
-    if (!m_process.Start(spec) || !_WaitForSocket()) {
+    DeskChildCommand command;
+    command.argv = {"dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + configuration};
+    command.outputPath = logPath;
+    if (!m_process.Start(command) || !_WaitForSocket()) {
         error = "dbus-daemon does not start, see " + logPath;
         return false;
     }

@@ -11,10 +11,10 @@
 
 namespace {
 
-DeskChildSpec Shell(const std::string &script) {
-    DeskChildSpec spec;
-    spec.argv = {"sh", "-c", script};
-    return spec;
+DeskChildCommand Shell(const std::string &script) {
+    DeskChildCommand command;
+    command.argv = {"sh", "-c", script};
+    return command;
 }
 
 } // namespace
@@ -39,9 +39,9 @@ TEST(DeskChild, TellsASignal) {
 TEST(DeskChild, KillsWhatDoesNotEndByItself) {
     const ScratchDir scratch;
     DeskChild child("it");
-    DeskChildSpec spec = Shell("trap '' TERM; echo up; while :; do sleep 0.1; done");
-    spec.outputPath = "out.txt";
-    ASSERT_TRUE(child.Start(spec));
+    DeskChildCommand command = Shell("trap '' TERM; echo up; while :; do sleep 0.1; done");
+    command.outputPath = "out.txt";
+    ASSERT_TRUE(child.Start(command));
     ASSERT_TRUE(WaitUntil([] { return ReadWholeFile("out.txt") == "up\n"; }));
     EXPECT_TRUE(child.IsRunning());
     EXPECT_FALSE(child.End(SIGTERM, 100));
@@ -51,10 +51,10 @@ TEST(DeskChild, KillsWhatDoesNotEndByItself) {
 TEST(DeskChild, GivesTheChildItsOutputEnvironmentAndNoCoreDumps) {
     const ScratchDir scratch;
     DeskChild child("it");
-    DeskChildSpec spec = Shell("echo $COLOUR; ulimit -c; echo oops >&2");
-    spec.environment = {{"COLOUR", "green"}};
-    spec.outputPath = "out.txt";
-    ASSERT_TRUE(child.Start(spec));
+    DeskChildCommand command = Shell("echo $COLOUR; ulimit -c; echo oops >&2");
+    command.environment = {{"COLOUR", "green"}};
+    command.outputPath = "out.txt";
+    ASSERT_TRUE(child.Start(command));
     EXPECT_TRUE(child.End(0, 5000));
     EXPECT_TRUE(child.EndedWell());
     EXPECT_EQ(ReadWholeFile("out.txt"), "green\n0\noops\n");
@@ -63,9 +63,9 @@ TEST(DeskChild, GivesTheChildItsOutputEnvironmentAndNoCoreDumps) {
 TEST(DeskChild, StartsOutsideTheTerminalsProcessGroup) {
     const ScratchDir scratch;
     DeskChild child("it");
-    DeskChildSpec spec;
-    spec.argv = {"sleep", "60"};
-    ASSERT_TRUE(child.Start(spec));
+    DeskChildCommand command;
+    command.argv = {"sleep", "60"};
+    ASSERT_TRUE(child.Start(command));
     ASSERT_TRUE(WaitUntil([&] { return getpgid(child.Pid()) == child.Pid(); }));
     EXPECT_EQ(getsid(child.Pid()), child.Pid());
 }
@@ -74,9 +74,9 @@ TEST(DeskChild, EndsWithItsOwner) {
     pid_t pid = 0;
     {
         DeskChild child("it");
-        DeskChildSpec spec;
-        spec.argv = {"sleep", "60"};
-        ASSERT_TRUE(child.Start(spec));
+        DeskChildCommand command;
+        command.argv = {"sleep", "60"};
+        ASSERT_TRUE(child.Start(command));
         pid = child.Pid();
     }
     EXPECT_EQ(kill(pid, 0), -1);
@@ -85,9 +85,9 @@ TEST(DeskChild, EndsWithItsOwner) {
 
 TEST(DeskChild, ReportsAProgramThatIsNotThere) {
     DeskChild child("it");
-    DeskChildSpec spec;
-    spec.argv = {"/no/such/program"};
-    ASSERT_TRUE(child.Start(spec));
+    DeskChildCommand command;
+    command.argv = {"/no/such/program"};
+    ASSERT_TRUE(child.Start(command));
     EXPECT_TRUE(child.End(0, 5000));
     EXPECT_EQ(child.Ending(), "exit status 127");
 }
