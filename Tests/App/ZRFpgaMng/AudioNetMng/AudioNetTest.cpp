@@ -58,7 +58,7 @@ TEST_F(AudioNetSetUp, SecondInitOnlyWarns) {
     m_log.Clear();
     EXPECT_TRUE(AudioNet::instance()->Init());
     EXPECT_THAT(m_log.Texts(), ElementsAre("W module already init!!!!"));
-    EXPECT_EQ(ThreadCount(), threads);
+    EXPECT_LE(ThreadCount(), threads); // the log's thread may just have ended
 }
 
 TEST_F(AudioNetSetUp, AnEndpointThatCannotBindEndsTheStart) {

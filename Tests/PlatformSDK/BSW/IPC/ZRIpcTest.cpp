@@ -101,11 +101,11 @@ TEST_F(ZRIpc, PathIsKeptToItsFirst63Characters) {
 
 TEST_F(ZRIpc, SendingEndpointLeavesTheFileAlone) {
     std::ofstream("a.sock") << "mine";
-    const int threads = ThreadCount();
+    const int threads = UsesOf(SystemCall::ThreadCreate);
     CZRIpc ipc;
     EXPECT_TRUE(Init(ipc, "a.sock", false));
     EXPECT_EQ(ReadWholeFile("a.sock"), "mine");
-    EXPECT_EQ(ThreadCount(), threads);
+    EXPECT_EQ(UsesOf(SystemCall::ThreadCreate), threads);
     EXPECT_TRUE(ipc.CleanUp());
 }
 
