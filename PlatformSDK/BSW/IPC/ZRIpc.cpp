@@ -135,8 +135,7 @@ bool CZRIpc::RegisterIPCCallback(zr_ipc_mng_cb fnEvtCallBack, void *pContext) {
     for (auto &slot : m_cbinfo) {
         if (RelaxedLoad(slot.pCbFun))
             continue;
-        RelaxedStore(slot.pContext, pContext);
-        Publish(slot.pCbFun, fnEvtCallBack);
+        _SetCallback(slot, fnEvtCallBack, pContext);
         Publish(bRegisterCB, true);
         return true;
     }
@@ -149,20 +148,29 @@ bool CZRIpc::UnregisterIPCCallback(zr_ipc_mng_cb fnEvtCallBack, void *pContext) 
     for (auto &slot : m_cbinfo) {
         if (RelaxedLoad(slot.pCbFun) != fnEvtCallBack || RelaxedLoad(slot.pContext) != pContext)
             continue;
-        Publish(slot.pCbFun, nullptr);
-        Publish(slot.pContext, nullptr);
+        _SetCallback(slot, nullptr, nullptr);
         Publish(bRegisterCB, false);
         return true;
     }
     return false;
 }
 
+// Publishes each step, so that who sees one of the new values sees the version changed as well.
+void CZRIpc::_SetCallback(CCallbackInfo<zr_ipc_mng_cb> &slot, zr_ipc_mng_cb fnEvtCallBack, void *pContext) {
+    const ZR_U32 version = RelaxedLoad(m_u32CbVersion);
+    RelaxedStore(m_u32CbVersion, version + 1);
+    Publish(slot.pContext, pContext);
+    Publish(slot.pCbFun, fnEvtCallBack);
+    Publish(m_u32CbVersion, version + 2);
+}
+
 void CZRIpc::NotifyIPCEvent(void *pData, int nDataLen) {
     for (auto &slot : m_cbinfo) {
+        const ZR_U32 version = Observe(m_u32CbVersion);
         const zr_ipc_mng_cb callback = Observe(slot.pCbFun);
         void *const context = Observe(slot.pContext);
-        // A slot that is being emptied is passed over: its context may be gone already.
-        if (callback && RelaxedLoad(slot.pCbFun) == callback)
+        // A slot that is being changed is passed over: function and context may not belong together.
+        if (callback && version % 2 == 0 && RelaxedLoad(m_u32CbVersion) == version)
             callback(pData, nDataLen, context);
     }
 }

@@ -72,11 +72,13 @@ class CZRIpc : public CThread {
   private:
     bool _StartReceiving(ZR_U32 u32MsgSize, ZR_U32 u32MaxMsgNum, bool bRecv);
     void _ReceiveOne(int fd, ZR_U8 *area);
+    void _SetCallback(CCallbackInfo<zr_ipc_mng_cb> &slot, zr_ipc_mng_cb fnEvtCallBack, void *pContext);
     void _Deliver(ZR_U8 *area, int length);
 
     zr_ipc_ctrl_t *m_pstIpcCtrl;
     CMutex m_Mutex{""}; // taken by no operation
     CCallbackInfo<zr_ipc_mng_cb> m_cbinfo[1];
+    ZR_U32 m_u32CbVersion = 0; // odd while the slot is being changed
     CDataQueue *m_pCDataQueue = nullptr;
     bool bRegisterCB = false; // written after the slot
     bool m_bRecv = false;     // the thread goes on
