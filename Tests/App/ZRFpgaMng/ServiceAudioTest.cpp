@@ -112,9 +112,9 @@ TEST_F(ServiceAudio, AnUnpluggedCardLeavesTheSocketsAlive) {
     StartStopped();
     m_card.SetPresence(CardPresence::Missing);
     m_card.StartClock();
-    EXPECT_TRUE(WaitForLog("E alsa read failed"));
+    EXPECT_TRUE(WaitForRolledLog("alsa read failed"));
     m_sender.SendTo(CONTROL, message::Make(1, {1, 21}));
-    EXPECT_TRUE(WaitForLog("I open 21 streamer"));
+    EXPECT_TRUE(WaitForRolledLog("open 21 streamer"));
     EXPECT_TRUE(m_service->IsRunning());
 }
 

@@ -86,6 +86,19 @@ int Service::CountLog(const std::string &levelAndText) const {
     return static_cast<int>(std::count(texts.begin(), texts.end(), levelAndText));
 }
 
+bool Service::WaitForRolledLog(const std::string &text, int timeoutMs) const {
+    // From the newest on: a file that is rolled meanwhile is met again under its next name.
+    const auto isThere = [&] {
+        for (int backup = 0; backup <= 10; ++backup) {
+            const std::string path = SYSTEM_LOG + (backup ? "." + std::to_string(backup) : "");
+            if (ReadWholeFile(path).find(text) != std::string::npos)
+                return true;
+        }
+        return false;
+    };
+    return WaitUntil(isThere, timeoutMs);
+}
+
 bool Service::HasThread(const std::string &name) const {
     const auto names = m_service->ThreadNames();
     return std::find(names.begin(), names.end(), name) != names.end();

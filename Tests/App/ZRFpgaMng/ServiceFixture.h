@@ -42,6 +42,10 @@ class Service : public testing::Test {
     bool WaitForLog(const std::string &levelAndText, int timeoutMs = 10000) const;
     int CountLog(const std::string &levelAndText) const;
 
+    // The same for a piece of a line, wherever the rolling has taken it: for a service that logs
+    // faster than its lines can be taken apart.
+    bool WaitForRolledLog(const std::string &text, int timeoutMs = 30000) const;
+
     bool HasThread(const std::string &name) const;
     bool WaitForThread(const std::string &name) const;
 
